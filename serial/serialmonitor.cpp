@@ -1,0 +1,126 @@
+#include "serialmonitor.h"
+#include "ui_serialmonitor.h"
+
+#include <QScrollBar>
+
+#include <cstring>
+
+namespace {
+
+static constexpr char TransmitMark[] = "TX:";
+static constexpr char ReceiveMark[] = "RX:";
+
+struct DirectionColour
+{
+    const char *mark;
+    const char *format;
+};
+
+// Colour of the direction mark; anything unexpected stands out in red.
+static constexpr DirectionColour DirectionColours[] = {
+        {TransmitMark, "<font color=#0000ff>%1</font>"},
+        {ReceiveMark, "<font color=#00aaff>%1</font>"},
+};
+static constexpr char OtherDirectionFormat[] = "<font color=#ff0000>%1</font>";
+static constexpr char TagFormat[] = "<font color=#000000>%1: </font>";
+static constexpr char HexDumpFormat[] = "<font color=#ff00ff>%1</font>";
+
+} // namespace
+
+SerialMonitor::SerialMonitor(QWidget *parent)
+    : QWidget(parent)
+    , m_ui(new Ui::SerialMonitor)
+{
+    m_ui->setupUi(this);
+    m_ui->plainTextEditTraffic->setMaximumBlockCount(MaximumLines);
+
+    connect(m_ui->toolButtonClear, &QToolButton::clicked, this,
+            &SerialMonitor::onToolButtonClear_clicked);
+    connect(m_ui->toolButtonSend, &QToolButton::clicked, this,
+            &SerialMonitor::onToolButtonSend_clicked);
+    connect(m_ui->lineEditCommand, &QLineEdit::returnPressed, this,
+            &SerialMonitor::onToolButtonSend_clicked);
+    connect(m_ui->plainTextEditTraffic->verticalScrollBar(), &QScrollBar::valueChanged, this,
+            &SerialMonitor::onVScrollChanged);
+    connect(m_ui->plainTextEditTraffic, &QPlainTextEdit::textChanged, this,
+            &SerialMonitor::onTextChanged);
+}
+
+SerialMonitor::~SerialMonitor()
+{
+    delete m_ui;
+}
+
+QString SerialMonitor::formatTrafficLine(const QString &tag, const QString &direction,
+                                         const QByteArray &bytes)
+{
+    const char *directionFormat = OtherDirectionFormat;
+    for (const DirectionColour &entry : DirectionColours) {
+        if (direction == QLatin1String(entry.mark)) {
+            directionFormat = entry.format;
+            break;
+        }
+    }
+
+    // The text part stops at the first zero byte; the dump shows everything.
+    const int textLength = static_cast<int>(qstrnlen(bytes.constData(), bytes.size()));
+    const QString text = QString::fromLatin1(bytes.constData(), textLength);
+
+    QString hexDump;
+    hexDump.reserve(bytes.size() * 4);
+    for (const char byte : bytes) {
+        hexDump += QStringLiteral("%1h ")
+                           .arg(static_cast<unsigned char>(byte), 2, 16, QLatin1Char('0'))
+                           .toUpper();
+    }
+
+    return QString::fromLatin1(TagFormat).arg(tag)
+           + QString::fromLatin1(directionFormat).arg(direction) + QLatin1Char(' ') + text
+           + QLatin1Char(' ') + QString::fromLatin1(HexDumpFormat).arg(hexDump);
+}
+
+void SerialMonitor::slotBytesReceived(const QString &tag, const QByteArray &bytes)
+{
+    appendTraffic(tag, QString::fromLatin1(ReceiveMark), bytes);
+}
+
+void SerialMonitor::slotBytesTransmitted(const QString &tag, const QByteArray &bytes)
+{
+    appendTraffic(tag, QString::fromLatin1(TransmitMark), bytes);
+}
+
+void SerialMonitor::appendTraffic(const QString &tag, const QString &direction,
+                                  const QByteArray &bytes)
+{
+    m_ui->plainTextEditTraffic->appendHtml(formatTrafficLine(tag, direction, bytes));
+}
+
+void SerialMonitor::onToolButtonClear_clicked()
+{
+    m_ui->plainTextEditTraffic->clear();
+}
+
+void SerialMonitor::onToolButtonSend_clicked()
+{
+    const QString command = m_ui->lineEditCommand->text();
+    if (command.isEmpty()) {
+        return;
+    }
+    QByteArray bytes = command.toLatin1();
+    bytes.append('\n');
+    emit sigSendCommand(bytes);
+    m_ui->lineEditCommand->clear();
+}
+
+void SerialMonitor::onVScrollChanged(int value)
+{
+    m_autoScroll = value == m_ui->plainTextEditTraffic->verticalScrollBar()->maximum();
+}
+
+void SerialMonitor::onTextChanged()
+{
+    if (m_autoScroll) {
+        QScrollBar *scrollBar = m_ui->plainTextEditTraffic->verticalScrollBar();
+        scrollBar->setValue(scrollBar->maximum());
+    }
+}

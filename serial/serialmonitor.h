@@ -1,0 +1,53 @@
+#ifndef SERIALMONITOR_H
+#define SERIALMONITOR_H
+
+#include <QByteArray>
+#include <QString>
+#include <QWidget>
+
+namespace Ui {
+class SerialMonitor;
+}
+
+// Shows the serial traffic as coloured lines and lets the operator type a raw
+// command. Typed commands leave through sigSendCommand; whoever owns the link
+// decides when they are written.
+class SerialMonitor : public QWidget
+{
+    Q_OBJECT
+
+public:
+    // The view keeps this many lines; older ones are dropped so that weeks of
+    // traffic, or a device that chatters, cannot exhaust memory.
+    static constexpr int MaximumLines = 100000;
+
+    explicit SerialMonitor(QWidget *parent = nullptr);
+    ~SerialMonitor() override;
+
+    // One traffic line as HTML: the tag, the direction mark, the bytes as text
+    // (up to the first zero byte) and a hexadecimal dump of all of them.
+    static QString formatTrafficLine(const QString &tag, const QString &direction,
+                                     const QByteArray &bytes);
+
+signals:
+    // A command typed by the operator, terminated by LF.
+    void sigSendCommand(const QByteArray &command);
+
+public slots:
+    void slotBytesReceived(const QString &tag, const QByteArray &bytes);
+    void slotBytesTransmitted(const QString &tag, const QByteArray &bytes);
+
+private slots:
+    void onToolButtonClear_clicked();
+    void onToolButtonSend_clicked();
+    void onVScrollChanged(int value);
+    void onTextChanged();
+
+private:
+    void appendTraffic(const QString &tag, const QString &direction, const QByteArray &bytes);
+
+    Ui::SerialMonitor *m_ui = nullptr;
+    bool m_autoScroll = true;
+};
+
+#endif // SERIALMONITOR_H

@@ -1,0 +1,607 @@
+#include "velutraserialhandler.h"
+
+#include <QDebug>
+#include <QLoggingCategory>
+#include <QTime>
+#include <QTimer>
+
+#include <limits>
+
+Q_LOGGING_CATEGORY(lcSerialHandler, "velutra.serial.handler")
+
+namespace {
+
+static constexpr int TickIntervalMs = 10;
+static constexpr int SettleMs = 2000;
+static constexpr int MinimumQuietMs = 16;
+static constexpr int ReadPauseMs = 60;
+static constexpr int CommandTimeoutMs = 2000;
+static constexpr int StatusAttempts = 10;
+static constexpr int ResendsPerCommand = 1;
+static constexpr int BaudRate = 38400;
+// Bits of the device status word that mean the laser is ready to be driven.
+static constexpr int ReadyStatusBits = 0xE8;
+// A device that never ends a line must not make us hold on to its bytes forever.
+static constexpr int MaxLineBytes = 64 * 1024;
+// When the far end of a pseudo-terminal goes away, Qt reports a read error in a
+// tight loop (hundreds of thousands per second) instead of a resource error. A
+// real port may fail a read now and then; this many failures inside one 10 ms
+// tick can only be such a storm.
+static constexpr int ReadErrorStormLimit = 20;
+
+static constexpr char IdentifyCommand[] = "ly_system_info\n";
+static constexpr char StatusCommand[] = "ly_vtx2_dev_status?\n";
+static constexpr char IdentityPrefix[] = "Velutra-";
+static constexpr char IdentifyEchoPrefix[] = "ly_system_info";
+static constexpr char StatusEchoPrefix[] = "ly_vtx2_dev_status?";
+static constexpr char StatusReplyPrefix[] = "ly_vtx2_dev_status ";
+
+struct ErrorTextEntry
+{
+    QSerialPort::SerialPortError error;
+    const char *text;
+};
+
+static constexpr ErrorTextEntry ErrorTexts[] = {
+        {QSerialPort::NoError, ""},
+        {QSerialPort::DeviceNotFoundError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "An error occurred while attempting to open an non-existing device.")},
+        {QSerialPort::PermissionError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "An error occurred while attempting to open an already opened device by "
+                           "another process or a user not having enough permission and credentials "
+                           "to open.")},
+        {QSerialPort::OpenError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "An error occurred while attempting to open an already opened device in "
+                           "this object.")},
+        {QSerialPort::WriteError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "An I/O error occurred while writing the data.")},
+        {QSerialPort::ReadError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "An I/O error occurred while reading the data.")},
+        {QSerialPort::ResourceError,
+         QT_TRANSLATE_NOOP(
+                 "VelutraSerialHandler",
+                 "An I/O error occurred when a resource becomes unavailable, e.g. when the "
+                 "device is unexpectedly removed from the system.")},
+        {QSerialPort::UnsupportedOperationError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "The requested device operation is not supported or prohibited by the "
+                           "running operating system.")},
+        {QSerialPort::TimeoutError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "A timeout error occurred. This value was introduced in QtSerialPort "
+                           "5.2.")},
+        {QSerialPort::NotOpenError,
+         QT_TRANSLATE_NOOP("VelutraSerialHandler",
+                           "This error occurs when an operation is executed that can only be "
+                           "successfully performed if the device is open. This value was "
+                           "introduced in QtSerialPort 5.2.")},
+};
+
+static constexpr char UnidentifiedErrorText[]
+        = QT_TRANSLATE_NOOP("VelutraSerialHandler", "An unidentified error occurred.");
+
+} // namespace
+
+VelutraSerialHandler::VelutraSerialHandler(QObject *parent)
+    : QObject(parent)
+{ }
+
+VelutraSerialHandler::~VelutraSerialHandler()
+{
+    if (m_port) {
+        m_port->disconnect(this);
+        if (m_port->isOpen()) {
+            m_port->close();
+        }
+        m_port->deleteLater();
+        m_port = nullptr;
+    }
+    m_monitorList.clear();
+    m_heldList.clear();
+    m_settingsQueue.clear();
+}
+
+void VelutraSerialHandler::slotOpenCommunication(const QString &portName)
+{
+    if (m_port) {
+        m_closeRequested = true;
+    }
+    m_openRequested = true;
+    m_portName = portName;
+}
+
+void VelutraSerialHandler::slotCloseCommunication()
+{
+    m_closeRequested = true;
+}
+
+void VelutraSerialHandler::slotAddMonitorCommand(const QString &command)
+{
+    if (command.isEmpty()) {
+        return;
+    }
+    const QString stored = withLineEnd(command);
+    const int index = m_monitorList.indexOf(stored);
+    if (index >= 0) {
+        m_monitorList[index] = stored;
+    } else {
+        m_monitorList.append(stored);
+    }
+}
+
+void VelutraSerialHandler::slotDelMonitorCommand(const QString &command)
+{
+    m_monitorList.removeOne(withLineEnd(command));
+}
+
+void VelutraSerialHandler::slotClrAllMonitorCommands()
+{
+    m_monitorList.clear();
+    m_heldList.clear();
+}
+
+void VelutraSerialHandler::slotAppendSettingsCommand(const QString &command, bool hold)
+{
+    if (command.isEmpty()) {
+        return;
+    }
+    // Held commands are parked for good: only commands queued without hold are
+    // ever transmitted.
+    if (hold) {
+        m_heldList.append(withLineEnd(command));
+    } else {
+        m_settingsQueue.append(withLineEnd(command));
+    }
+}
+
+void VelutraSerialHandler::slotAppendSettingsCommand(const QString &command)
+{
+    slotAppendSettingsCommand(command, false);
+}
+
+void VelutraSerialHandler::slotMainLoop()
+{
+    // A read-error storm is only recognised inside one tick.
+    m_readErrorsThisTick = 0;
+
+    if (m_closeRequested) {
+        closeIfRequested();
+    } else {
+        switch (m_mainState) {
+        case StateInitialise:
+            initialise();
+            break;
+        case StateWaitForOpen:
+            openRequestedPort();
+            break;
+        case StateSettle:
+            if (quietElapsed() > SettleMs) {
+                m_mainState = StateSendConnect;
+            }
+            break;
+        case StateSendConnect:
+            sendConnectCommand();
+            break;
+        case StateWaitReady:
+            waitForReady();
+            break;
+        case StateRunning:
+            runScheduler();
+            break;
+        case StateClose:
+            closePort();
+            break;
+        default:
+            break;
+        }
+    }
+
+    QTimer::singleShot(TickIntervalMs, this, SLOT(slotMainLoop()));
+}
+
+void VelutraSerialHandler::initialise()
+{
+    m_readPauseTimer = new QTimer(this);
+    m_readPauseTimer->setSingleShot(true);
+    m_readPauseTimer->setInterval(ReadPauseMs);
+    m_readPauseTimer->setTimerType(Qt::PreciseTimer);
+
+    // A coarse timer may fire 5 % early; a command gets its full two seconds.
+    m_commandTimer = new QTimer(this);
+    m_commandTimer->setSingleShot(true);
+    m_commandTimer->setInterval(CommandTimeoutMs);
+    m_commandTimer->setTimerType(Qt::PreciseTimer);
+    connect(m_commandTimer, &QTimer::timeout, this, &VelutraSerialHandler::slotCommandTimeout);
+
+    m_identificationRequested = false;
+    m_identified = false;
+    m_statusRequested = false;
+    m_ready = false;
+    m_statusAttemptsLeft = StatusAttempts;
+    m_monitorIndex = 0;
+    emit sigConnectedStatus(false);
+    m_mainState = StateWaitForOpen;
+}
+
+void VelutraSerialHandler::openRequestedPort()
+{
+    if (!m_openRequested) {
+        return;
+    }
+    m_openRequested = false;
+
+    m_port = new QSerialPort(m_portName, this);
+    if (!m_port->open(QIODevice::ReadWrite)) {
+        emit sigStatusMessage(tr("Communication port %1 open failed. Reason: %2")
+                                      .arg(m_portName, m_port->errorString()));
+        m_port->deleteLater();
+        m_port = nullptr;
+        return;
+    }
+
+    m_port->setBaudRate(BaudRate, QSerialPort::AllDirections);
+    m_port->setParity(QSerialPort::NoParity);
+    m_port->setDataBits(QSerialPort::Data8);
+    m_port->setStopBits(QSerialPort::OneStop);
+    m_port->setFlowControl(QSerialPort::NoFlowControl);
+    // Pseudo-terminals (the virtual laser) refuse the modem lines; the link works
+    // without them, so a refusal is noted once in the debug log rather than
+    // reported to the operator. The port's error signal is not connected yet, so
+    // the refusal does not reach the status log either.
+    const bool dataTerminalReady = m_port->setDataTerminalReady(true);
+    const bool requestToSend = m_port->setRequestToSend(true);
+    if (!dataTerminalReady || !requestToSend) {
+        qCInfo(lcSerialHandler).noquote()
+                << QStringLiteral("Port %1 does not support DTR/RTS (%2); continuing without them.")
+                           .arg(m_portName, m_port->errorString());
+    }
+    m_port->clear(QSerialPort::AllDirections);
+
+    connect(m_port, &QSerialPort::readyRead, this, &VelutraSerialHandler::slotReadyRead);
+    connect(m_port, &QSerialPort::errorOccurred, this, &VelutraSerialHandler::slotErrorOccurred);
+
+    m_openPortName = m_portName;
+    m_portGone = false;
+    m_lineCutReported = false;
+    emit sigCommunicationOpened(m_openPortName);
+    emit sigStatusMessage(tr("Communication port %1 successfully opened.").arg(m_openPortName));
+
+    m_identificationRequested = false;
+    m_identified = false;
+    m_statusRequested = false;
+    m_ready = false;
+    m_statusAttemptsLeft = StatusAttempts;
+    m_pendingCommand.clear();
+    m_quietClock.restart();
+    m_mainState = StateSettle;
+}
+
+void VelutraSerialHandler::sendConnectCommand()
+{
+    qDebug("stSendConnectCmd");
+    if (m_identified) {
+        m_mainState = StateWaitReady;
+    } else if (isFreeToSend()) {
+        sendCommand(QString::fromLatin1(IdentifyCommand));
+    }
+    m_ready = false;
+}
+
+void VelutraSerialHandler::waitForReady()
+{
+    qDebug("stWaitReadyCmd");
+    if (!m_identified) {
+        m_mainState = StateSettle;
+        return;
+    }
+    if (m_ready) {
+        m_monitorCycleComplete = false;
+        m_monitorIndex = m_monitorList.size();
+        m_identified = true;
+        m_ready = true;
+        emit sigConnectedStatus(true);
+        m_mainState = StateRunning;
+    } else if (isFreeToSend()) {
+        sendCommand(QString::fromLatin1(StatusCommand));
+    }
+}
+
+void VelutraSerialHandler::runScheduler()
+{
+    // Waiting settings commands may go out before the usual quiet gap.
+    if (quietElapsed() < MinimumQuietMs && m_settingsQueue.isEmpty()) {
+        return;
+    }
+    if ((m_readPauseTimer && m_readPauseTimer->isActive()) || !m_pendingCommand.isEmpty()) {
+        return;
+    }
+    if (!m_identified) {
+        m_mainState = StateSendConnect;
+        return;
+    }
+    if (!m_settingsQueue.isEmpty() && m_monitorCycleComplete) {
+        sendCommand(m_settingsQueue.takeFirst());
+        return;
+    }
+
+    // The list is walked 0 .. n-1, then one idle tick, then from 0 again.
+    const int count = m_monitorList.size();
+    bool send = false;
+    if (m_monitorIndex < count) {
+        ++m_monitorIndex;
+        send = m_monitorIndex < count;
+    } else {
+        m_monitorIndex = 0;
+        send = count > 0;
+    }
+    if (!send) {
+        return;
+    }
+    sendCommand(m_monitorList.at(m_monitorIndex));
+    if (count >= 1 && m_monitorIndex == count - 1) {
+        m_monitorCycleComplete = true;
+    }
+}
+
+void VelutraSerialHandler::closeIfRequested()
+{
+    if (!m_closeRequested) {
+        return;
+    }
+    m_closeRequested = false;
+    m_mainState = StateClose;
+    closePort();
+}
+
+void VelutraSerialHandler::closePort()
+{
+    if (m_readPauseTimer) {
+        m_readPauseTimer->stop();
+    }
+    if (m_commandTimer) {
+        m_commandTimer->stop();
+    }
+    m_receiveBuffer.clear();
+    m_monitorList.clear();
+    m_heldList.clear();
+    m_mainState = StateWaitForOpen;
+
+    // Nothing to close (never opened, or the open failed): nothing to report.
+    if (!m_port) {
+        return;
+    }
+    const QString name = m_openPortName;
+    m_port->disconnect(this);
+    if (m_port->isOpen()) {
+        m_port->close();
+    }
+    m_port->deleteLater();
+    m_port = nullptr;
+
+    emit sigCommunicationClosed(name);
+    emit sigStatusMessage(tr("Communication port %1 closed.").arg(name));
+}
+
+bool VelutraSerialHandler::isFreeToSend() const
+{
+    return quietElapsed() >= MinimumQuietMs && !(m_readPauseTimer && m_readPauseTimer->isActive())
+           && m_pendingCommand.isEmpty();
+}
+
+qint64 VelutraSerialHandler::quietElapsed() const
+{
+    return m_quietClock.isValid() ? m_quietClock.elapsed() : std::numeric_limits<qint64>::max();
+}
+
+void VelutraSerialHandler::sendCommand(const QString &command)
+{
+    m_pendingCommand = command;
+    m_resendsLeft = ResendsPerCommand;
+    m_commandTimer->start();
+    writePendingCommand();
+}
+
+void VelutraSerialHandler::writePendingCommand()
+{
+    m_quietClock.restart();
+    const QByteArray bytes = m_pendingCommand.toLatin1();
+    if (m_port) {
+        m_port->write(bytes);
+    }
+    emit sigBytesTransmitted(trafficTag(QLatin1Char(':')), bytes);
+}
+
+void VelutraSerialHandler::slotReadyRead()
+{
+    if (!m_port) {
+        return;
+    }
+    m_quietClock.restart();
+    m_readPauseTimer->start();
+
+    const QByteArray data = m_port->readAll();
+    for (const char byte : data) {
+        m_receiveBuffer.append(byte);
+        if (byte == '\r' || byte == '\n') {
+            if (m_receiveBuffer.size() < 2) {
+                m_receiveBuffer.clear();
+            } else {
+                m_lineCutReported = false;
+                deliverLine(QLatin1Char(':'));
+            }
+        } else if (byte == '>' && m_receiveBuffer.size() == 1) {
+            // A prompt character at the start of a line is not part of any reply.
+            m_receiveBuffer.clear();
+        } else if (m_receiveBuffer.size() >= MaxLineBytes) {
+            // Report a run of cut lines once, not every 64 KiB.
+            if (!m_lineCutReported) {
+                m_lineCutReported = true;
+                emit sigStatusMessage(
+                        tr("Communication port %1: %2 bytes received without a line end; the line "
+                           "was cut.")
+                                .arg(m_openPortName)
+                                .arg(MaxLineBytes));
+            }
+            deliverLine(QLatin1Char('_'));
+        }
+    }
+
+    if (m_receiveBuffer.isEmpty()) {
+        m_readPauseTimer->stop();
+    } else {
+        m_readPauseTimer->start();
+    }
+}
+
+void VelutraSerialHandler::slotReadyReadEnded()
+{
+    if (!m_port || m_receiveBuffer.isEmpty()) {
+        return;
+    }
+    deliverLine(QLatin1Char('_'));
+}
+
+void VelutraSerialHandler::deliverLine(QChar separator)
+{
+    const QByteArray line = m_receiveBuffer;
+    m_receiveBuffer.clear();
+    checkEcho(line);
+    emit sigBytesReceived(trafficTag(separator), line);
+    emit sigLineReceived(line);
+}
+
+void VelutraSerialHandler::checkEcho(const QByteArray &line)
+{
+    if (!m_pendingCommand.isEmpty()) {
+        // The echo must carry the command's own LF: a CR LF echo is not one.
+        if (!line.startsWith(m_pendingCommand.toLatin1())) {
+            return;
+        }
+        m_commandTimer->stop();
+        m_quietClock.restart();
+        m_pendingCommand.clear();
+        m_identificationRequested = !m_identified && line.startsWith(IdentifyEchoPrefix);
+        if (m_ready) {
+            m_statusRequested = false;
+        } else {
+            m_statusRequested = line.startsWith(StatusEchoPrefix);
+        }
+        return;
+    }
+
+    if (m_identificationRequested && line.startsWith(IdentityPrefix)) {
+        m_identified = true;
+        m_identificationRequested = false;
+        m_statusRequested = false;
+        return;
+    }
+    if (m_statusRequested && line.startsWith(StatusReplyPrefix)) {
+        checkStatusReply(line);
+    }
+}
+
+void VelutraSerialHandler::checkStatusReply(const QByteArray &line)
+{
+    const QStringList parts = QString::fromLatin1(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    if (parts.size() >= 2) {
+        if (m_statusAttemptsLeft > 0) {
+            --m_statusAttemptsLeft;
+            bool ok = false;
+            const int status = parts.at(1).trimmed().toInt(&ok, 10);
+            if (!ok || (status & ReadyStatusBits) == 0) {
+                // Not ready yet: the handshake starts again from identification.
+                m_ready = false;
+                m_identified = false;
+            } else {
+                m_ready = true;
+            }
+        } else {
+            // A device that keeps refusing is taken as ready after enough tries.
+            m_ready = true;
+        }
+    }
+    m_statusRequested = false;
+}
+
+void VelutraSerialHandler::slotCommandTimeout()
+{
+    if (!m_port || m_pendingCommand.isEmpty()) {
+        return;
+    }
+    if (m_resendsLeft < 1) {
+        m_pendingCommand.clear();
+        m_identified = false;
+        m_ready = false;
+        emit sigConnectedStatus(false);
+        m_statusAttemptsLeft = StatusAttempts;
+        return;
+    }
+    --m_resendsLeft;
+    m_commandTimer->start();
+    writePendingCommand();
+}
+
+void VelutraSerialHandler::slotErrorOccurred(QSerialPort::SerialPortError error)
+{
+    // A port already known to be gone has nothing more to say.
+    if (m_portGone) {
+        return;
+    }
+    if (error == QSerialPort::ReadError) {
+        ++m_readErrorsThisTick;
+        if (m_readErrorsThisTick >= ReadErrorStormLimit) {
+            treatPortAsGone();
+            return;
+        }
+        if (m_readErrorsThisTick > 1) {
+            return;
+        }
+    }
+
+    emit sigStatusMessage(errorText(error));
+    if (error == QSerialPort::ResourceError) {
+        treatPortAsGone();
+    }
+}
+
+void VelutraSerialHandler::treatPortAsGone()
+{
+    // Stop listening to the port at once and close it as soon as control is back
+    // in the event loop rather than at the next tick: until it is closed, Qt may
+    // keep the CPU busy retrying a read on a hung-up line.
+    m_portGone = true;
+    m_closeRequested = true;
+    if (m_port) {
+        m_port->disconnect(this);
+    }
+    QMetaObject::invokeMethod(
+            this, [this] { closeIfRequested(); }, Qt::QueuedConnection);
+}
+
+QString VelutraSerialHandler::trafficTag(QChar separator) const
+{
+    return m_openPortName + separator + QTime::currentTime().toString(QStringLiteral("ss-zzz"));
+}
+
+QString VelutraSerialHandler::withLineEnd(const QString &command)
+{
+    if (command.endsWith(QLatin1Char('\n'))) {
+        return command;
+    }
+    return command + QLatin1Char('\n');
+}
+
+QString VelutraSerialHandler::errorText(QSerialPort::SerialPortError error)
+{
+    for (const ErrorTextEntry &entry : ErrorTexts) {
+        if (entry.error == error) {
+            return tr(entry.text);
+        }
+    }
+    return tr(UnidentifiedErrorText);
+}

@@ -1,0 +1,129 @@
+#ifndef VELUTRASERIALHANDLER_H
+#define VELUTRASERIALHANDLER_H
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QObject>
+#include <QPointer>
+#include <QSerialPort>
+#include <QString>
+#include <QStringList>
+
+class QTimer;
+
+// Owns the one serial port to the laser and drives all traffic on it.
+//
+// Lives in a worker thread of its own: create it without parent, move it to a
+// QThread and connect the thread's started() to slotMainLoop(). Everything else
+// reaches it through queued signal/slot connections, so none of its state needs
+// a lock. Exactly one command is outstanding at any time; the next one is
+// written only after the device has echoed the current one.
+class VelutraSerialHandler : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit VelutraSerialHandler(QObject *parent = nullptr);
+    ~VelutraSerialHandler() override;
+
+public slots:
+    // Opens the named port on the next tick; an open port is closed first.
+    void slotOpenCommunication(const QString &portName);
+    void slotCloseCommunication();
+
+    // The cyclic polling list: one copy of each command, in the order first added.
+    void slotAddMonitorCommand(const QString &command);
+    void slotDelMonitorCommand(const QString &command);
+    void slotClrAllMonitorCommands();
+
+    // One-shot commands. With hold set the command is parked and never written.
+    void slotAppendSettingsCommand(const QString &command, bool hold);
+    void slotAppendSettingsCommand(const QString &command);
+
+signals:
+    // A complete line, echoes included, its CR or LF terminator still attached.
+    void sigLineReceived(const QByteArray &line);
+    // Open, close and port error reports for the application log.
+    void sigStatusMessage(const QString &message);
+    // false at start-up and when a command went unanswered twice; true once the
+    // handshake has found the device ready.
+    void sigConnectedStatus(bool connected);
+    void sigCommunicationOpened(const QString &portName);
+    void sigCommunicationClosed(const QString &portName);
+    // Traffic for the serial monitor: tag "<port>:<ss-zzz>" ("_" instead of ":"
+    // for a partial line flushed without its terminator) and the bytes.
+    void sigBytesReceived(const QString &tag, const QByteArray &bytes);
+    void sigBytesTransmitted(const QString &tag, const QByteArray &bytes);
+
+private slots:
+    void slotMainLoop();
+    void slotReadyRead();
+    void slotReadyReadEnded();
+    void slotCommandTimeout();
+    void slotErrorOccurred(QSerialPort::SerialPortError error);
+
+private:
+    enum MainState {
+        StateInitialise = 0,
+        StateWaitForOpen = 1,
+        StateSettle = 2,
+        StateSendConnect = 3,
+        StateWaitReady = 4,
+        StateRunning = 5,
+        StateClose = 6,
+    };
+
+    void initialise();
+    void openRequestedPort();
+    void sendConnectCommand();
+    void waitForReady();
+    void runScheduler();
+    void closePort();
+    void closeIfRequested();
+    void treatPortAsGone();
+
+    bool isFreeToSend() const;
+    qint64 quietElapsed() const;
+    void sendCommand(const QString &command);
+    void writePendingCommand();
+    void deliverLine(QChar separator);
+    void checkEcho(const QByteArray &line);
+    void checkStatusReply(const QByteArray &line);
+    QString trafficTag(QChar separator) const;
+    static QString withLineEnd(const QString &command);
+    static QString errorText(QSerialPort::SerialPortError error);
+
+    // Connection flags.
+    bool m_identificationRequested = false;
+    bool m_identified = false;
+    bool m_statusRequested = false;
+    bool m_ready = false;
+
+    int m_statusAttemptsLeft = 10;
+    QTimer *m_readPauseTimer = nullptr;
+    QPointer<QSerialPort> m_port;
+    bool m_openRequested = false;
+    QString m_portName;
+    bool m_closeRequested = false;
+    QByteArray m_receiveBuffer;
+    int m_mainState = StateInitialise;
+    int m_resendsLeft = 1;
+    QTimer *m_commandTimer = nullptr;
+    QString m_pendingCommand;
+    // Restarted on every write, read notification and acknowledged echo; an
+    // invalid clock counts as long ago.
+    QElapsedTimer m_quietClock;
+    int m_monitorIndex = 0;
+    bool m_monitorCycleComplete = false;
+    QStringList m_monitorList;
+    QStringList m_heldList;
+    QStringList m_settingsQueue;
+
+    // Robustness against devices that misbehave or vanish.
+    QString m_openPortName;
+    bool m_portGone = false;
+    int m_readErrorsThisTick = 0;
+    bool m_lineCutReported = false;
+};
+
+#endif // VELUTRASERIALHANDLER_H

@@ -1,0 +1,53 @@
+#ifndef HANDLERRECORDER_H
+#define HANDLERRECORDER_H
+
+#include "ptydevice.h"
+#include "velutraserialhandler.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QPair>
+#include <QString>
+#include <QStringList>
+
+// Collects everything a serial handler emits, in the thread the recorder lives
+// in. Across threads the connections are queued, so the lists are only ever
+// touched by the test's own thread (a QSignalSpy would be filled from the
+// handler's thread).
+class HandlerRecorder : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Timed
+    {
+        bool value = false;
+        qint64 ns = 0;
+    };
+
+    explicit HandlerRecorder(VelutraSerialHandler *handler, QObject *parent = nullptr);
+
+    QList<QByteArray> lines;
+    QStringList statusMessages;
+    QList<Timed> connectedStatus;
+    QStringList opened;
+    QList<qint64> openedNs;
+    QStringList closed;
+    QList<QPair<QString, QByteArray>> received;
+    QList<QPair<QString, QByteArray>> transmitted;
+
+    int countConnected(bool value) const;
+    bool lastConnected() const;
+
+private slots:
+    void onLineReceived(const QByteArray &line);
+    void onStatusMessage(const QString &message);
+    void onConnectedStatus(bool connected);
+    void onCommunicationOpened(const QString &name);
+    void onCommunicationClosed(const QString &name);
+    void onBytesReceived(const QString &tag, const QByteArray &bytes);
+    void onBytesTransmitted(const QString &tag, const QByteArray &bytes);
+};
+
+#endif // HANDLERRECORDER_H

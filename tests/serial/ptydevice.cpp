@@ -1,0 +1,238 @@
+#include "ptydevice.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+PtyDevice::PtyDevice()
+{
+    m_masterFd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (m_masterFd < 0 || grantpt(m_masterFd) != 0 || unlockpt(m_masterFd) != 0) {
+        m_errorText = QString::fromLocal8Bit(std::strerror(errno));
+        if (m_masterFd >= 0) {
+            ::close(m_masterFd);
+            m_masterFd = -1;
+        }
+        return;
+    }
+    char name[128] = {};
+    if (ptsname_r(m_masterFd, name, sizeof(name)) != 0) {
+        m_errorText = QString::fromLocal8Bit(std::strerror(errno));
+        ::close(m_masterFd);
+        m_masterFd = -1;
+        return;
+    }
+    m_slavePath = QString::fromLocal8Bit(name);
+    m_slaveFd = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (m_slaveFd >= 0) {
+        // The default line discipline is canonical with echo; a serial line is neither.
+        termios settings{};
+        if (tcgetattr(m_slaveFd, &settings) == 0) {
+            cfmakeraw(&settings);
+            tcsetattr(m_slaveFd, TCSANOW, &settings);
+        }
+    }
+    const int flags = fcntl(m_masterFd, F_GETFL);
+    fcntl(m_masterFd, F_SETFL, flags | O_NONBLOCK);
+}
+
+PtyDevice::~PtyDevice()
+{
+    stop();
+    if (m_masterFd >= 0) {
+        ::close(m_masterFd);
+    }
+    if (m_slaveFd >= 0) {
+        ::close(m_slaveFd);
+    }
+}
+
+void PtyDevice::setResponder(Responder responder)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_responder = std::move(responder);
+}
+
+void PtyDevice::start()
+{
+    if (m_running.exchange(true)) {
+        return;
+    }
+    m_thread = std::thread([this] { run(); });
+}
+
+void PtyDevice::stop()
+{
+    m_running = false;
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void PtyDevice::run()
+{
+    while (m_running) {
+        if (!pump(20)) {
+            break;
+        }
+    }
+}
+
+bool PtyDevice::pump(int timeoutMs)
+{
+    if (m_masterFd < 0) {
+        return false;
+    }
+    pollfd descriptor{m_masterFd, POLLIN, 0};
+    const int ready = ::poll(&descriptor, 1, timeoutMs);
+    if (ready < 0) {
+        return errno == EINTR;
+    }
+    if (ready == 0) {
+        return true;
+    }
+    char buffer[4096];
+    const ssize_t count = ::read(m_masterFd, buffer, sizeof(buffer));
+    const qint64 arrival = nowNs();
+    if (count < 0) {
+        return errno == EAGAIN || errno == EINTR;
+    }
+    if (count == 0) {
+        return false;
+    }
+
+    std::vector<QByteArray> complete;
+    Responder responder;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_partial.append(buffer, static_cast<int>(count));
+        int end = m_partial.indexOf('\n');
+        while (end >= 0) {
+            const QByteArray line = m_partial.left(end + 1);
+            m_partial.remove(0, end + 1);
+            m_lines.push_back(Line{line, arrival});
+            complete.push_back(line);
+            end = m_partial.indexOf('\n');
+        }
+        responder = m_responder;
+    }
+    if (responder) {
+        for (const QByteArray &line : complete) {
+            const QByteArray reply = responder(line);
+            if (!reply.isEmpty()) {
+                write(reply);
+            }
+        }
+    }
+    return true;
+}
+
+void PtyDevice::write(const QByteArray &bytes)
+{
+    if (m_masterFd < 0) {
+        return;
+    }
+    Write entry{bytes, nowNs(), 0};
+    const char *data = bytes.constData();
+    qint64 left = bytes.size();
+    while (left > 0) {
+        const ssize_t written = ::write(m_masterFd, data, static_cast<size_t>(left));
+        if (written < 0) {
+            if (errno == EAGAIN || errno == EINTR) {
+                pollfd descriptor{m_masterFd, POLLOUT, 0};
+                ::poll(&descriptor, 1, 100);
+                continue;
+            }
+            break;
+        }
+        data += written;
+        left -= written;
+    }
+    entry.afterNs = nowNs();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_writes.push_back(entry);
+}
+
+void PtyDevice::closeMaster()
+{
+    stop();
+    if (m_masterFd >= 0) {
+        ::close(m_masterFd);
+        m_masterFd = -1;
+    }
+    closeSlaveKeepAlive();
+}
+
+void PtyDevice::closeSlaveKeepAlive()
+{
+    if (m_slaveFd >= 0) {
+        ::close(m_slaveFd);
+        m_slaveFd = -1;
+    }
+}
+
+std::vector<PtyDevice::Line> PtyDevice::lines() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lines;
+}
+
+std::vector<PtyDevice::Write> PtyDevice::writes() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_writes;
+}
+
+int PtyDevice::lineCount() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<int>(m_lines.size());
+}
+
+int PtyDevice::countLines(const QByteArray &text) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    int count = 0;
+    for (const Line &line : m_lines) {
+        if (line.text == text) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+QByteArray PtyDevice::pendingBytes() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_partial;
+}
+
+void PtyDevice::clearLog()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_lines.clear();
+    m_writes.clear();
+}
+
+qint64 PtyDevice::nowNs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<qint64>(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+QByteArray readyLaserReply(const QByteArray &line)
+{
+    if (line == "ly_system_info\n") {
+        return line + "Velutra-10 test unit\r\n";
+    }
+    if (line == "ly_vtx2_dev_status?\n") {
+        return line + "ly_vtx2_dev_status 8\r\n";
+    }
+    return line + "ok\r\n";
+}
