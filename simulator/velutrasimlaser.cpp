@@ -132,6 +132,10 @@ VelutraSimLaser::VelutraSimLaser(const Config &config, QObject *parent)
         m_ovenMode = 4;
     }
 
+    // Precise timers: a coarse one may fire up to 5 % early, and the delays are the model.
+    m_stepTimer.setTimerType(Qt::PreciseTimer);
+    m_wavelengthTimer.setTimerType(Qt::PreciseTimer);
+    m_spotTimer.setTimerType(Qt::PreciseTimer);
     m_stepTimer.setSingleShot(true);
     connect(&m_stepTimer, &QTimer::timeout, this, &VelutraSimLaser::finishStep);
     m_wavelengthTimer.setSingleShot(true);
