@@ -1,9 +1,9 @@
 #include "ptydevice.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
 #include <termios.h>
@@ -221,9 +221,9 @@ void PtyDevice::clearLog()
 
 qint64 PtyDevice::nowNs()
 {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<qint64>(now.tv_sec) * 1000000000 + now.tv_nsec;
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+                   std::chrono::steady_clock::now().time_since_epoch())
+            .count();
 }
 
 QByteArray readyLaserReply(const QByteArray &line)

@@ -1,0 +1,207 @@
+// The connect handshake of the serial handler: the settle after opening, the
+// identification and ready-status exchange, refused and missing replies.
+
+#include "handlerrig.h"
+#include "ptydevice.h"
+
+#include <QLoggingCategory>
+#include <QtTest>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace {
+
+static constexpr qint64 NsPerMs = 1000000;
+static constexpr char IdentifyCommand[] = "ly_system_info\n";
+static constexpr char StatusCommand[] = "ly_vtx2_dev_status?\n";
+
+// The time stamp of a line is taken by the device once it has read the line,
+// so the first of two stamps can be late by the device's wake-up; timeouts are
+// checked with this much room below their nominal length.
+static constexpr qint64 StampSlackMs = 10;
+
+std::vector<qint64> arrivals(const PtyDevice &device, const QByteArray &text)
+{
+    std::vector<qint64> times;
+    for (const PtyDevice::Line &line : device.lines()) {
+        if (line.text == text) {
+            times.push_back(line.arrivalNs);
+        }
+    }
+    return times;
+}
+
+} // namespace
+
+class TestSerialHandlerHandshake : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void settlesTwoSecondsBeforeIdentifying();
+    void handshakeConnects();
+    void handshakeInGuiThread();
+    void readyBitsMakeReady();
+    void silentDeviceGetsOneResendThenDisconnects();
+    void crLfEchoDoesNotAcknowledge();
+};
+
+void TestSerialHandlerHandshake::initTestCase()
+{
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+}
+
+void TestSerialHandlerHandshake::settlesTwoSecondsBeforeIdentifying()
+{
+    PtyDevice device;
+    QVERIFY(device.isValid());
+    device.setResponder(readyLaserReply);
+    device.start();
+    HandlerRig rig;
+    // The open happens after this instant, so the settle must show in full.
+    const qint64 requestedNs = PtyDevice::nowNs();
+    rig.open(device.slavePath());
+
+    QTRY_VERIFY_WITH_TIMEOUT(device.lineCount() >= 1, 6000);
+    const PtyDevice::Line first = device.lines().front();
+    QCOMPARE(first.text, QByteArray(IdentifyCommand));
+    const qint64 waitedMs = (first.arrivalNs - requestedNs) / NsPerMs;
+    QVERIFY2(waitedMs >= 2000, qPrintable(QString::number(waitedMs)));
+    QVERIFY2(waitedMs < 4000, qPrintable(QString::number(waitedMs)));
+
+    // The first tick reports "not connected" before anything else happens.
+    QVERIFY(!rig.recorder().connectedStatus.isEmpty());
+    QCOMPARE(rig.recorder().connectedStatus.first().value, false);
+}
+
+void TestSerialHandlerHandshake::handshakeConnects()
+{
+    PtyDevice device;
+    QVERIFY(device.isValid());
+    HandlerRig rig;
+    // Settings queued while the list is empty wait for a monitor cycle that never comes.
+    rig.appendSettingsCommand(QStringLiteral("ly_vtx2_power=1.5"));
+    QVERIFY(connectToReadyLaser(rig, device));
+
+    const std::vector<PtyDevice::Line> lines = device.lines();
+    QCOMPARE(lines.size(), size_t(2));
+    QCOMPARE(lines.at(0).text, QByteArray(IdentifyCommand));
+    QCOMPARE(lines.at(1).text, QByteArray(StatusCommand));
+    QCOMPARE(rig.recorder().countConnected(true), 1);
+    QCOMPARE(rig.recorder().transmitted.size(), 2);
+
+    // Connected with an empty monitor list: nothing at all is written.
+    QTest::qWait(600);
+    QCOMPARE(device.lineCount(), 2);
+    QCOMPARE(rig.recorder().countConnected(false), 1);
+
+    // Echoes and answers all reach the decoder, terminators attached.
+    const QList<QByteArray> expected{"ly_system_info\n", "Velutra-10 test unit\r",
+                                     "ly_vtx2_dev_status?\n", "ly_vtx2_dev_status 8\r"};
+    QCOMPARE(rig.recorder().lines, expected);
+}
+
+void TestSerialHandlerHandshake::handshakeInGuiThread()
+{
+    PtyDevice device;
+    QVERIFY(device.isValid());
+    HandlerRig rig(HandlerRig::Thread::Main);
+    rig.addMonitorCommand(QStringLiteral("ls_wavelength?"));
+    QVERIFY(connectToReadyLaser(rig, device));
+    QTRY_VERIFY(device.countLines("ls_wavelength?\n") >= 3);
+}
+
+void TestSerialHandlerHandshake::readyBitsMakeReady()
+{
+    // Each of the ready bits alone is enough. The devices run side by side so
+    // that their settles overlap.
+    const std::vector<int> readyValues{8, 32, 64, 128, 0xE8, 0x108, 12};
+    std::vector<std::unique_ptr<PtyDevice>> devices;
+    std::vector<std::unique_ptr<HandlerRig>> rigs;
+    for (const int value : readyValues) {
+        devices.push_back(std::make_unique<PtyDevice>());
+        rigs.push_back(std::make_unique<HandlerRig>());
+        PtyDevice &device = *devices.back();
+        QVERIFY(device.isValid());
+        const QByteArray reply = "ly_vtx2_dev_status " + QByteArray::number(value) + "\r\n";
+        device.setResponder([reply](const QByteArray &line) {
+            return line == StatusCommand ? line + reply : readyLaserReply(line);
+        });
+        device.start();
+        rigs.back()->open(device.slavePath());
+    }
+    for (size_t index = 0; index < readyValues.size(); ++index) {
+        HandlerRig &rig = *rigs.at(index);
+        QVERIFY2(waitFor([&rig] { return rig.recorder().lastConnected(); }, 8000),
+                 qPrintable(QString::number(readyValues.at(index))));
+        QCOMPARE(devices.at(index)->countLines(IdentifyCommand), 1);
+        QCOMPARE(devices.at(index)->countLines(StatusCommand), 1);
+    }
+}
+
+void TestSerialHandlerHandshake::silentDeviceGetsOneResendThenDisconnects()
+{
+    auto silent = std::make_shared<std::atomic<bool>>(false);
+    PtyDevice device;
+    QVERIFY(device.isValid());
+    HandlerRig rig;
+    rig.addMonitorCommand(QStringLiteral("ls_wavelength?"));
+    QVERIFY(connectToReadyLaser(rig, device));
+    device.setResponder([silent](const QByteArray &line) {
+        return silent->load() ? QByteArray() : readyLaserReply(line);
+    });
+    QTRY_VERIFY(device.countLines("ls_wavelength?\n") >= 2);
+
+    // From now on the device says nothing.
+    silent->store(true);
+    device.clearLog();
+    const int falseBefore = rig.recorder().countConnected(false);
+
+    QTRY_VERIFY_WITH_TIMEOUT(device.countLines("ls_wavelength?\n") >= 2, 7000);
+    std::vector<qint64> sent = arrivals(device, "ls_wavelength?\n");
+    // There is at most one command in flight when the device falls silent.
+    const qint64 resendMs = (sent.at(1) - sent.at(0)) / NsPerMs;
+    QVERIFY2(resendMs >= 2000 - StampSlackMs, qPrintable(QString::number(resendMs)));
+    QVERIFY2(resendMs < 3000, qPrintable(QString::number(resendMs)));
+
+    // The second chance runs out: the link counts as lost and the handshake starts over.
+    QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().countConnected(false) == falseBefore + 1, 5000);
+    const qint64 lostMs = (rig.recorder().connectedStatus.last().ns - sent.at(1)) / NsPerMs;
+    QVERIFY2(lostMs >= 2000 - StampSlackMs, qPrintable(QString::number(lostMs)));
+    QTRY_VERIFY_WITH_TIMEOUT(device.countLines(IdentifyCommand) >= 1, 3000);
+    QCOMPARE(device.countLines("ls_wavelength?\n"), 2);
+
+    // Once the device speaks again, the link comes back without another settle.
+    silent->store(false);
+    QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().lastConnected(), 7000);
+    QCOMPARE(rig.recorder().countConnected(true), 2);
+}
+
+void TestSerialHandlerHandshake::crLfEchoDoesNotAcknowledge()
+{
+    // A device that ends its echo with CR LF delivers "ly_system_info\r", which
+    // is not the command as sent.
+    PtyDevice device;
+    QVERIFY(device.isValid());
+    device.setResponder([](const QByteArray &line) {
+        return line.left(line.size() - 1) + "\r\nVelutra-10 test unit\r\n";
+    });
+    device.start();
+    HandlerRig rig;
+    rig.open(device.slavePath());
+
+    QTRY_VERIFY_WITH_TIMEOUT(device.countLines(IdentifyCommand) >= 2, 8000);
+    const std::vector<qint64> sent = arrivals(device, IdentifyCommand);
+    const qint64 resendMs = (sent.at(1) - sent.at(0)) / NsPerMs;
+    QVERIFY2(resendMs >= 2000 - StampSlackMs, qPrintable(QString::number(resendMs)));
+    QCOMPARE(device.countLines(StatusCommand), 0);
+    QCOMPARE(rig.recorder().countConnected(true), 0);
+    QVERIFY(rig.recorder().lines.contains("ly_system_info\r"));
+}
+
+QTEST_GUILESS_MAIN(TestSerialHandlerHandshake)
+#include "tst_serialhandlerhandshake.moc"
