@@ -1,0 +1,348 @@
+#include "panelkitgallery.h"
+
+#include "button.h"
+#include "combobox.h"
+#include "comboslider.h"
+#include "dialog.h"
+#include "flowlayout.h"
+#include "indicator.h"
+#include "indicatorbutton.h"
+#include "lineedit.h"
+#include "mainview.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QProgressBar>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+namespace {
+
+QLabel *typedLabel(const QString &text, const char *type, QWidget *parent = nullptr)
+{
+    auto *label = new QLabel(text, parent);
+    label->setProperty("type", QString::fromLatin1(type));
+    return label;
+}
+
+QWidget *indicatorRow(const QString &text, quint32 color)
+{
+    auto *row = new QWidget;
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(new Indicator(color));
+    layout->addWidget(typedLabel(text, "panel-label"), 1);
+    return row;
+}
+
+} // namespace
+
+PanelKitGallery::PanelKitGallery(QWidget *parent)
+    : QWidget(parent)
+{
+    m_view = new MainView(this);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_view);
+
+    m_view->setTinyHeader(QStringLiteral("PanelKit gallery\n"));
+    m_view->setHeader(QStringLiteral("Every widget, every state"));
+    buildSidePanel();
+    m_view->addControlPage(buildControlPage(), QStringLiteral("Control"));
+    m_view->addControlPage(buildIndicatorPage(), QStringLiteral("Indicators && buttons"));
+    m_view->addControlPage(buildInputPage(), QStringLiteral("Inputs"));
+    m_view->addControlPage(typedLabel(QStringLiteral("Service only"), "title"),
+                           QStringLiteral("Service"));
+    m_view->setSettingsPageAccess(3, false);
+    m_view->setRemoteControlWidget(buildRemoteControl());
+    m_view->setControlPage(0);
+}
+
+void PanelKitGallery::buildSidePanel()
+{
+    auto *side = new QVBoxLayout(m_view->sidePanel());
+    side->setContentsMargins(12, 12, 12, 12);
+    side->setSpacing(4);
+    side->addWidget(typedLabel(QStringLiteral("Status"), "heading"));
+    side->addWidget(indicatorRow(QStringLiteral("Power On"), Indicator::Green));
+    side->addWidget(indicatorRow(QStringLiteral("Error"), Indicator::Red));
+    side->addWidget(indicatorRow(QStringLiteral("Warning"), Indicator::Orange));
+    side->addWidget(indicatorRow(QStringLiteral("Device Setup"), Indicator::Off));
+    side->addWidget(indicatorRow(QStringLiteral("Oven fault"), Indicator::Off));
+
+    side->addWidget(typedLabel(QStringLiteral("Wavelength"), "heading"));
+    auto *wavelength = new ComboBox;
+    wavelength->addItems(
+            {QStringLiteral("1030 nm"), QStringLiteral("515 nm"), QStringLiteral("343 nm")});
+    wavelength->setItemVisibility(2, false);
+    wavelength->setCurrentIndex(1);
+    side->addWidget(wavelength);
+
+    auto *info = new QGroupBox(QStringLiteral("System info"));
+    auto *grid = new QGridLayout(info);
+    grid->addWidget(typedLabel(QStringLiteral("Serial number:"), "panel-label"), 0, 0);
+    grid->addWidget(typedLabel(QStringLiteral("VX-10-0042"), "panel-text"), 0, 1);
+    grid->addWidget(typedLabel(QStringLiteral("Firmware version:"), "panel-label"), 1, 0);
+    grid->addWidget(typedLabel(QStringLiteral("3.1.7"), "panel-text"), 1, 1);
+    side->addWidget(info);
+
+    auto *gate = new QGroupBox(QStringLiteral("Digital Gate Logic"));
+    auto *gateGrid = new QGridLayout(gate);
+    gateGrid->addWidget(typedLabel(QStringLiteral("0V:"), "panel-label"), 0, 0);
+    gateGrid->addWidget(typedLabel(QStringLiteral("AOM Open"), "panel-text"), 0, 1);
+    gateGrid->addWidget(typedLabel(QStringLiteral("3.3V:"), "panel-label"), 1, 0);
+    gateGrid->addWidget(typedLabel(QStringLiteral("AOM Closed"), "panel-text"), 1, 1);
+    side->addWidget(gate);
+    side->addStretch(1);
+}
+
+QWidget *PanelKitGallery::buildControlPage()
+{
+    auto *page = new QWidget;
+    auto *grid = new QGridLayout(page);
+    grid->setContentsMargins(16, 8, 16, 16);
+    grid->setHorizontalSpacing(16);
+    grid->setVerticalSpacing(8);
+    int row = 0;
+
+    grid->addWidget(typedLabel(QStringLiteral("Energy"), "title"), row++, 0, 1, 2);
+    grid->addWidget(typedLabel(QStringLiteral("Operating mode"), "label"), row, 0);
+    auto *mode = new ComboBox;
+    mode->addItems({QStringLiteral("Internal"), QStringLiteral("External")});
+    grid->addWidget(mode, row++, 1, Qt::AlignLeft);
+    grid->addWidget(typedLabel(QStringLiteral("Measured IR energy"), "label"), row, 0);
+    grid->addWidget(typedLabel(QStringLiteral("41.27 µJ"), "text"), row++, 1);
+
+    // Two units, each with its own range and value.
+    auto *energy = new ComboSlider(25);
+    auto *energyScale = new ComboSliderScale(QStringLiteral("IR Energy control"));
+    energyScale->addUnit(QStringLiteral("µJ"), 0, 60, 2);
+    energyScale->addUnit(QStringLiteral("%"), 0, 100, 2);
+    energy->addScale(energyScale);
+    energy->setValue(41.25);
+    grid->addWidget(energy, row++, 0, 1, 2);
+
+    grid->addWidget(typedLabel(QStringLiteral("Repetition rate"), "title"), row++, 0, 1, 2);
+    // Two scales, both stopping only on listed steps.
+    auto *rate = new ComboSlider(25);
+    auto *rateScale
+            = new ComboSliderScale(QStringLiteral("Rep rate control"), ScaleSlider::Stepped);
+    rateScale->addUnit(QStringLiteral("kHz"), 0, 100, 3);
+    auto *dividerScale = new ComboSliderScale(QStringLiteral("Rep rate divider control"),
+                                              ScaleSlider::Stepped);
+    dividerScale->addUnit(QString(), 0, 100, 0);
+    rate->addScale(rateScale);
+    rate->addScale(dividerScale);
+    rateScale->unit(0)->setStepList({1000, 500, 333.333, 250, 200, 166.667, 125, 100, 50, 25});
+    dividerScale->unit(0)->setStepList({1, 2, 3, 4, 5, 6, 8, 10, 20, 40});
+    rate->setValue(200);
+    grid->addWidget(rate, row++, 0, 1, 2);
+
+    auto *division = new ComboSlider(25);
+    division->addScale(new ComboSliderScale(QStringLiteral("Division factor control"),
+                                            ScaleSlider::Logarithmic));
+    division->scale(0)->addUnit(QString(), 1, 10000000, 0);
+    division->scale(0)->setScaleType(ScaleSlider::Logarithmic);
+    division->setValue(2500);
+    grid->addWidget(division, row++, 0, 1, 2);
+
+    grid->addWidget(typedLabel(QStringLiteral("Crystal"), "title"), row++, 0, 1, 2);
+    auto *spot = new ComboSlider(25);
+    spot->addScale(
+            new ComboSliderScale(QStringLiteral("Current crystal spot"), ScaleSlider::Stepped));
+    spot->scale(0)->addUnit(QString(), 1, 100, 0);
+    spot->scale(0)->unit(0)->setStepList({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+    spot->setValue(7);
+    grid->addWidget(spot, row++, 0, 1, 2);
+
+    auto *oven = new ComboSlider(25);
+    oven->addScale(QStringLiteral("SHG Oven temperature setpoint (disabled)"));
+    oven->scale(0)->addUnit(QStringLiteral("°C"), 1, 100, 1);
+    oven->setValue(48.5);
+    oven->setDisabled(true);
+    grid->addWidget(oven, row++, 0, 1, 2);
+
+    auto *buttons = new QHBoxLayout;
+    buttons->setSpacing(12);
+    buttons->addWidget(
+            new Button(QStringLiteral("set AOM\nenergy level"), Button::Panel, Button::Action));
+    buttons->addWidget(
+            new Button(QStringLiteral("Show all\nspots"), Button::Compact, Button::Action));
+    buttons->addStretch(1);
+    grid->addLayout(buttons, row++, 0, 1, 2);
+    grid->setRowStretch(row, 1);
+    grid->setColumnStretch(1, 1);
+    return page;
+}
+
+QWidget *PanelKitGallery::buildIndicatorPage()
+{
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(16, 8, 16, 16);
+
+    layout->addWidget(typedLabel(QStringLiteral("Indicators"), "title"));
+    auto *lamps = new QWidget;
+    auto *flow = new FlowLayout(lamps, 0, 18, 8);
+    const struct
+    {
+        const char *name;
+        quint32 color;
+    } lampStates[] = {{"Off", Indicator::Off},
+                      {"Green", Indicator::Green},
+                      {"Orange", Indicator::Orange},
+                      {"Red", Indicator::Red}};
+    for (const auto &state : lampStates) {
+        flow->addWidget(indicatorRow(QString::fromLatin1(state.name), state.color));
+    }
+    auto *disabledLamp = indicatorRow(QStringLiteral("Disabled"), Indicator::Green);
+    disabledLamp->setEnabled(false);
+    flow->addWidget(disabledLamp);
+    layout->addWidget(lamps);
+
+    layout->addWidget(typedLabel(QStringLiteral("Buttons: sizes 1 to 6"), "heading"));
+    auto *sizes = new QWidget;
+    auto *sizeFlow = new FlowLayout(sizes, 0, 10, 10);
+    for (int size = Button::Compact; size <= Button::Panel; ++size) {
+        sizeFlow->addWidget(new Button(QStringLiteral("Size %1").arg(size), size, Button::Action));
+    }
+    layout->addWidget(sizes);
+
+    layout->addWidget(typedLabel(QStringLiteral("Buttons: colours 0 to 4, disabled"), "heading"));
+    auto *colors = new QWidget;
+    auto *colorFlow = new FlowLayout(colors, 0, 10, 10);
+    const char *colorNames[] = {"Neutral", "Go", "Action", "Caution", "Stop"};
+    for (int color = Button::Neutral; color <= Button::Stop; ++color) {
+        colorFlow->addWidget(
+                new Button(QString::fromLatin1(colorNames[color]), Button::Regular, color));
+    }
+    auto *disabled = new Button(QStringLiteral("Disabled"), Button::Regular, Button::Action);
+    disabled->setEnabled(false);
+    colorFlow->addWidget(disabled);
+    layout->addWidget(colors);
+
+    layout->addWidget(typedLabel(QStringLiteral("Indicator buttons: lamp positions"), "heading"));
+    auto *positions = new QWidget;
+    auto *positionFlow = new FlowLayout(positions, 0, 10, 10);
+    const char *positionNames[] = {"Lamp left", "Lamp top", "Lamp right", "Lamp bottom"};
+    for (int position = IndicatorButton::Left; position <= IndicatorButton::Bottom; ++position) {
+        auto *button = new IndicatorButton(QString::fromLatin1(positionNames[position]), position);
+        button->setColors(Indicator::Green, Indicator::Off);
+        button->setActive(position % 2 == 1);
+        positionFlow->addWidget(button);
+    }
+    layout->addWidget(positions);
+    layout->addStretch(1);
+    return page;
+}
+
+QWidget *PanelKitGallery::buildInputPage()
+{
+    auto *page = new QWidget;
+    auto *grid = new QGridLayout(page);
+    grid->setContentsMargins(16, 8, 16, 16);
+    grid->setHorizontalSpacing(16);
+    int row = 0;
+    grid->addWidget(typedLabel(QStringLiteral("System Details"), "title"), row++, 0, 1, 2);
+    grid->addWidget(typedLabel(QStringLiteral("System"), "heading"), row++, 0, 1, 2);
+    const char *fields[][2]
+            = {{"Hardware:", "VX-10 rev C"}, {"Firmware:", "3.1.7"}, {"Serial Number:", "???"}};
+    for (const auto &field : fields) {
+        grid->addWidget(typedLabel(QString::fromUtf8(field[0]), "label"), row, 0);
+        auto *edit = new LineEdit(QString::fromUtf8(field[1]));
+        edit->setReadOnly(true);
+        edit->setDarkBackground();
+        grid->addWidget(edit, row++, 1);
+    }
+    grid->addWidget(typedLabel(QStringLiteral("Plain line edit:"), "label"), row, 0);
+    grid->addWidget(new LineEdit(QStringLiteral("editable")), row++, 1);
+
+    grid->addWidget(typedLabel(QStringLiteral("Choices"), "heading"), row++, 0, 1, 2);
+    auto *check = new QCheckBox(QStringLiteral("System info"));
+    check->setProperty("flat", true);
+    check->setChecked(true);
+    grid->addWidget(check, row++, 0, 1, 2);
+    auto *group = new QButtonGroup(page);
+    auto *enable = new QRadioButton(QStringLiteral("Enable Dynamic\nWavelength feature"));
+    auto *disable = new QRadioButton(QStringLiteral("Disable Dynamic\nWavelength feature"));
+    for (QRadioButton *radio : {enable, disable}) {
+        radio->setProperty("flat", true);
+        group->addButton(radio);
+    }
+    disable->setChecked(true);
+    grid->addWidget(enable, row, 0);
+    grid->addWidget(disable, row++, 1);
+    auto *disabledBox = new ComboBox;
+    disabledBox->addItem(QStringLiteral("Disabled selector"));
+    disabledBox->setEnabled(false);
+    grid->addWidget(disabledBox, row++, 0);
+
+    grid->addWidget(typedLabel(QStringLiteral("Progress"), "heading"), row++, 0, 1, 2);
+    auto *progress = new QProgressBar;
+    progress->setProperty("flat", true);
+    progress->setRange(0, 10);
+    progress->setValue(6);
+    progress->setTextVisible(false);
+    grid->addWidget(progress, row++, 0, 1, 2);
+    grid->setRowStretch(row, 1);
+    grid->setColumnStretch(1, 1);
+    return page;
+}
+
+QWidget *PanelKitGallery::buildRemoteControl()
+{
+    auto *remote = new QWidget;
+    auto *layout = new QVBoxLayout(remote);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(10);
+
+    auto *output = new IndicatorButton(QStringLiteral("Output\ndisable"), IndicatorButton::Top);
+    output->setColors(Indicator::Red, Indicator::Off);
+    output->setButtonColor(2);
+    output->setActive(true);
+    auto *laser = new IndicatorButton(QStringLiteral("Laser On"), IndicatorButton::Top);
+    laser->setColors(Indicator::Red, Indicator::Off);
+    laser->setButtonColor(2);
+    laser->setBlink(true, 500, Indicator::Red);
+    auto *standby = new IndicatorButton(QStringLiteral("Standby"), IndicatorButton::Top);
+    standby->setColors(Indicator::Red, Indicator::Off);
+    standby->setButtonColor(2);
+    auto *listen = new IndicatorButton(QStringLiteral("Listen"), IndicatorButton::Top);
+    listen->setColors(Indicator::Red, Indicator::Off);
+    listen->setButtonColor(2);
+    listen->setEnabled(false);
+    for (IndicatorButton *button : {output, laser, standby, listen}) {
+        layout->addWidget(button);
+    }
+    layout->addStretch(1);
+    return remote;
+}
+
+Dialog *PanelKitGallery::createSampleDialog(QWidget *parent)
+{
+    auto *dialog = new Dialog(parent, true);
+    auto *layout = new QVBoxLayout(dialog);
+    layout->setContentsMargins(24, 18, 24, 18);
+    auto *header = typedLabel(QStringLiteral("** Warning **"), "label-header");
+    header->setAlignment(Qt::AlignCenter);
+    auto *text = typedLabel(QStringLiteral("The AOM will be disabled, click OK to continue."),
+                            "label");
+    text->setAlignment(Qt::AlignCenter);
+    layout->addWidget(header);
+    layout->addWidget(text);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    auto *ok = new Button(QStringLiteral("OK"), Button::Compact, Button::Action);
+    auto *cancel = new Button(QStringLiteral("Cancel"), Button::Compact, Button::Action);
+    buttons->addWidget(ok);
+    buttons->addWidget(cancel);
+    layout->addSpacing(10);
+    layout->addLayout(buttons);
+    connect(ok, &QPushButton::clicked, dialog, &QDialog::accept);
+    connect(cancel, &QPushButton::clicked, dialog, &QDialog::reject);
+    return dialog;
+}
