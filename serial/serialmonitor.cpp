@@ -69,9 +69,10 @@ QString SerialMonitor::formatTrafficLine(const QString &tag, const QString &dire
     QString hexDump;
     hexDump.reserve(bytes.size() * 4);
     for (const char byte : bytes) {
-        hexDump += QStringLiteral("%1h ")
-                           .arg(static_cast<unsigned char>(byte), 2, 16, QLatin1Char('0'))
-                           .toUpper();
+        hexDump += QString::number(static_cast<unsigned char>(byte), 16)
+                           .rightJustified(2, QLatin1Char('0'))
+                           .toUpper()
+                   + QLatin1String("h ");
     }
 
     return QString::fromLatin1(TagFormat).arg(tag)
