@@ -1,0 +1,1432 @@
+#include "velutraresponsedecoder.h"
+
+#include "velutralinepattern.h"
+
+#include <QVector>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace {
+
+using Decoder = VelutraResponseDecoder;
+using DivisionList = QMap<int, double>;
+using CrystalRuntimes = QMap<int, quint64>;
+
+// A value as last parsed and as last published. `publishedValid` is false while nothing has
+// been published since construction or the last disconnection; types with a value that no
+// reply produces use that value instead, which has the same effect.
+template<typename T>
+struct Tracked
+{
+    T latest{};
+    T published{};
+    bool publishedValid = false;
+};
+
+bool sameValue(double a, double b)
+{
+    // A device that sends "nan" twice has not changed its value.
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
+
+template<typename T>
+bool sameValue(const T &a, const T &b)
+{
+    return a == b;
+}
+
+bool sameValue(const QMap<int, double> &a, const QMap<int, double> &b)
+{
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (auto i = a.cbegin(), j = b.cbegin(); i != a.cend(); ++i, ++j) {
+        if (i.key() != j.key() || !sameValue(i.value(), j.value())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+template<typename T>
+bool mustPublish(const Tracked<T> &value, bool force)
+{
+    return force || !value.publishedValid || !sameValue(value.published, value.latest);
+}
+
+template<typename T>
+void markPublished(Tracked<T> &value)
+{
+    value.published = value.latest;
+    value.publishedValid = true;
+}
+
+// Reset values: ints, doubles and texts have a value no reply produces; the other types
+// have none, so they are simply marked unpublished.
+void resetPublished(Tracked<int> &value)
+{
+    value.published = std::numeric_limits<int>::max();
+    value.publishedValid = true;
+}
+
+void resetPublished(Tracked<double> &value)
+{
+    value.published = std::numeric_limits<double>::max();
+    value.publishedValid = true;
+}
+
+void resetPublished(Tracked<QString> &value)
+{
+    value.published = QStringLiteral("#");
+    value.publishedValid = true;
+}
+
+template<typename K, typename V>
+void resetPublished(Tracked<QMap<K, V>> &value)
+{
+    value.published.clear();
+    value.publishedValid = true;
+}
+
+template<typename T>
+void resetPublished(Tracked<T> &value)
+{
+    value.publishedValid = false;
+}
+
+// Text values, in the order of their signals.
+enum TextValue {
+    TextVelutraType,
+    TextHardwareVersion,
+    TextFirmwareVersion,
+    TextApplicationName,
+    TextCompilationDateTime,
+    TextSerialNumber,
+    TextLddHardware,
+    TextLddSoftware,
+    TextLddRevision,
+    TextTecHardware,
+    TextTecSoftware,
+    TextTecRevision,
+    TextTimingBoardSerial,
+    TextTimingBoardMcu,
+    TextTimingBoardFpga,
+    TextDeviceOnHours,
+    TextDeviceOnMinutes,
+    TextEmissionHours,
+    TextEmissionMinutes,
+    TextModuleAddress,
+    TextModuleType,
+    TextModuleFirmwareVersion,
+    TextModuleBootloaderVersion,
+    TextModuleSerialNumber,
+    TextModulePcbSerialNumber,
+    TextValueCount
+};
+
+using TextSignal = void (Decoder::*)(QString);
+constexpr TextSignal s_textSignals[TextValueCount] = {
+        &Decoder::sigsVelutraTypeChanged,
+        &Decoder::sigsHardwareVersionChanged,
+        &Decoder::sigsFirmwareVersionChanged,
+        &Decoder::sigsApplicationNameChanged,
+        &Decoder::sigsCompilationDateTimeChanged,
+        &Decoder::sigsSerialNumberChanged,
+        &Decoder::sigsLDDDeviceHardwareChanged,
+        &Decoder::sigsLDDDeviceSoftwareChanged,
+        &Decoder::sigsLDDDeviceRevisionChanged,
+        &Decoder::sigsTECDeviceHardwareChanged,
+        &Decoder::sigsTECDeviceSoftwareChanged,
+        &Decoder::sigsTECDeviceRevisionChanged,
+        &Decoder::sigsTimingBoardSerialChanged,
+        &Decoder::sigsTimingBoardMCUChanged,
+        &Decoder::sigsTimingBoardFPGAChanged,
+        &Decoder::sigsDeviceOnHoursChanged,
+        &Decoder::sigsDeviceOnMinutesChanged,
+        &Decoder::sigsDeviceEmissionHoursChanged,
+        &Decoder::sigsDeviceEmissionMinutesChanged,
+        &Decoder::sigsHGModuleAddress,
+        &Decoder::sigsHGModuleType,
+        &Decoder::sigsHGModuleFirwareVersion,
+        &Decoder::sigsHGModuleBootloaderVersion,
+        &Decoder::sigsHGModuleSerialNumber,
+        &Decoder::sigsHGModulePCBSerialNumber,
+};
+
+// ---- Status records "s6" ... "s9" ----------------------------------------------------------
+
+enum class FieldType { Int, Double };
+
+// One token of a status record. A field without a signal is converted and kept, but not
+// published.
+struct RecordField
+{
+    FieldType type;
+    void (Decoder::*intSignal)(int) = nullptr;
+    void (Decoder::*doubleSignal)(double) = nullptr;
+};
+
+constexpr RecordField intField(void (Decoder::*signal)(int))
+{
+    return {FieldType::Int, signal, nullptr};
+}
+
+constexpr RecordField doubleField(void (Decoder::*signal)(double))
+{
+    return {FieldType::Double, nullptr, signal};
+}
+
+constexpr RecordField keptIntField()
+{
+    return {FieldType::Int, nullptr, nullptr};
+}
+
+constexpr RecordField s_s6Fields[] = {
+        intField(&Decoder::sigiCounterLaserOnOff_hChanged),
+        intField(&Decoder::sigiCounterLaserOnOff_mChanged),
+        intField(&Decoder::sigiCounterLaserEmmisionOnOff_hChanged),
+        intField(&Decoder::sigiCounterLaserEmmisionOnOff_mChanged),
+        intField(&Decoder::sigiTEC_initialisationChanged),
+        intField(&Decoder::sigiLDD_initialisationChanged),
+        intField(&Decoder::sigiDownload_lin12b_status_TBChanged),
+        intField(&Decoder::sigiDownload_wrnmin_status_TBChanged),
+        intField(&Decoder::sigiDownload_errmax_status_TBChanged),
+        intField(&Decoder::sigiDownload_errmin_status_TBChanged),
+        intField(&Decoder::sigiDownload_wrnmax_status_TBChanged),
+        keptIntField(),
+};
+
+constexpr RecordField s_s7Fields[] = {
+        intField(&Decoder::sigiLaserEmmisionChanged),
+        intField(&Decoder::sigiModeOfOperationAOMChanged),
+        intField(&Decoder::sigiShutterOnOffChanged),
+        intField(&Decoder::sigiVelutraXPReadyChanged),
+        intField(&Decoder::sigiLaserPowerSetAOMChanged),
+        intField(&Decoder::sigiFrequencyDividerAOMChanged),
+        intField(&Decoder::sigiFrequencyIndexPCAOMinitChanged),
+        doubleField(&Decoder::sigfMeasuredLaserPowerChanged),
+        intField(&Decoder::sigiNoOfPulsesSingleBurstChanged),
+        intField(&Decoder::sigiGeneral_temperature_statusChanged),
+        intField(&Decoder::sigiTemperature_status_1Changed),
+        intField(&Decoder::sigiTemperature_status_8Changed),
+        intField(&Decoder::sigiDELAY_BOARD_ERRORChanged),
+        intField(&Decoder::sigiErrorStatusTECChanged),
+        intField(&Decoder::sigiErrorStatusLDDChanged),
+        keptIntField(),
+};
+
+constexpr RecordField s_s8Fields[] = {
+        intField(&Decoder::sigiLpcl_en_statusChanged),
+        intField(&Decoder::sigiLpcl_boost_timeChanged),
+        doubleField(&Decoder::sigfLpcl_currentChanged),
+        doubleField(&Decoder::sigfLpcl_current_boostChanged),
+        doubleField(&Decoder::sigfLpcl_temperatureChanged),
+        doubleField(&Decoder::sigfTmpFloatValueAChanged),
+        doubleField(&Decoder::sigfTmpFloatValueBChanged),
+        doubleField(&Decoder::sigfTmpFloatValueCChanged),
+        intField(&Decoder::sigiComm_device_1_RS485Changed),
+        intField(&Decoder::sigiComm_device_2_RS485Changed),
+        intField(&Decoder::sigiActualCurrentLDDChanged),
+        doubleField(&Decoder::sigfLdd1_om2_MaxCurrentChanged),
+};
+
+// Ten channels of set, actual, min and max, in token order.
+constexpr RecordField s_s9Fields[] = {
+        doubleField(&Decoder::sigfTemperature_set_1Changed),
+        doubleField(&Decoder::sigfTemperature_actual_1Changed),
+        doubleField(&Decoder::sigfTemperature_min_1Changed),
+        doubleField(&Decoder::sigfTemperature_max_1Changed),
+        doubleField(&Decoder::sigfTemperature_set_2Changed),
+        doubleField(&Decoder::sigfTemperature_actual_2Changed),
+        doubleField(&Decoder::sigfTemperature_min_2Changed),
+        doubleField(&Decoder::sigfTemperature_max_2Changed),
+        doubleField(&Decoder::sigfTemperature_set_3Changed),
+        doubleField(&Decoder::sigfTemperature_actual_3Changed),
+        doubleField(&Decoder::sigfTemperature_min_3Changed),
+        doubleField(&Decoder::sigfTemperature_max_3Changed),
+        doubleField(&Decoder::sigfTemperature_set_4Changed),
+        doubleField(&Decoder::sigfTemperature_actual_4Changed),
+        doubleField(&Decoder::sigfTemperature_min_4Changed),
+        doubleField(&Decoder::sigfTemperature_max_4Changed),
+        doubleField(&Decoder::sigfTemperature_set_5Changed),
+        doubleField(&Decoder::sigfTemperature_actual_5Changed),
+        doubleField(&Decoder::sigfTemperature_min_5Changed),
+        doubleField(&Decoder::sigfTemperature_max_5Changed),
+        doubleField(&Decoder::sigfTemperature_set_6Changed),
+        doubleField(&Decoder::sigfTemperature_actual_6Changed),
+        doubleField(&Decoder::sigfTemperature_min_6Changed),
+        doubleField(&Decoder::sigfTemperature_max_6Changed),
+        doubleField(&Decoder::sigfTemperature_set_7Changed),
+        doubleField(&Decoder::sigfTemperature_actual_7Changed),
+        doubleField(&Decoder::sigfTemperature_min_7Changed),
+        doubleField(&Decoder::sigfTemperature_max_7Changed),
+        doubleField(&Decoder::sigfTemperature_set_8Changed),
+        doubleField(&Decoder::sigfTemperature_actual_8Changed),
+        doubleField(&Decoder::sigfTemperature_min_8Changed),
+        doubleField(&Decoder::sigfTemperature_max_8Changed),
+        doubleField(&Decoder::sigfTemperature_set_9Changed),
+        doubleField(&Decoder::sigfTemperature_actual_9Changed),
+        doubleField(&Decoder::sigfTemperature_min_9Changed),
+        doubleField(&Decoder::sigfTemperature_max_9Changed),
+        doubleField(&Decoder::sigfTemperature_set_10Changed),
+        doubleField(&Decoder::sigfTemperature_actual_10Changed),
+        doubleField(&Decoder::sigfTemperature_min_10Changed),
+        doubleField(&Decoder::sigfTemperature_max_10Changed),
+};
+
+struct StatusRecord
+{
+    // Tokens after splitting the line at every blank, the tag "sN" included.
+    int tokenCount;
+    const RecordField *fields;
+    int fieldCount;
+    // An old firmware ("V5.0.2") sends fields that do not convert; they are read as 0.
+    bool lenientOnOldFirmware;
+    void (Decoder::*publish)(bool);
+};
+
+template<int N>
+constexpr int countOf(const RecordField (&)[N])
+{
+    return N;
+}
+
+const StatusRecord s_statusRecords[] = {
+        {13, s_s6Fields, countOf(s_s6Fields), true, &Decoder::publish_s6},
+        {17, s_s7Fields, countOf(s_s7Fields), true, &Decoder::publish_s7},
+        {13, s_s8Fields, countOf(s_s8Fields), true, &Decoder::publish_s8},
+        {42, s_s9Fields, countOf(s_s9Fields), false, &Decoder::publish_s9},
+};
+constexpr int s_statusRecordCount = 4;
+constexpr int s_maxRecordFields = 40;
+
+// Module type codes and the existence signal each one selects, first hit wins.
+struct ModuleKind
+{
+    const char *typeCode;
+    void (Decoder::*signal)(bool);
+};
+
+constexpr ModuleKind s_moduleKinds[] = {
+        {"0x86", &Decoder::sigExistsSHGModule},
+        {"0x8d", &Decoder::sigExistsTHGModule},
+        {"0x90", &Decoder::sigExistsSHGgModule},
+        {"0x93", &Decoder::sigExistsTHGiModule},
+};
+constexpr int s_moduleKindCount = 4;
+
+// Register names of the device's register dump (between "ezra" and "eira").
+constexpr const char *s_registerNames[] = {
+        "ERRRST", "AOM80S80", "AOMMODE", "AOMRNG", "AOMAMP", "PCPER",  "PC1OFF", "PC1ON",  "PDSMPL",
+        "AOMOFF", "AOMEN",    "OUT2SEL", "PC2EN",  "PC1EN",  "AOMINH", "PC1INH", "PC2INH",
+};
+
+constexpr int s_maxCrystalSpots = 32;
+
+QString runtimeText(quint64 seconds)
+{
+    const quint64 hours = seconds / 3600;
+    const quint64 minutes = (seconds - hours * 3600) / 60;
+    return QStringLiteral("%1 hours %2 minutes").arg(hours).arg(minutes);
+}
+
+} // namespace
+
+enum class VelutraResponseDecoder::Outcome {
+    Handled, // the line is consumed, whatever it did
+    ParsingError, // the line was recognised but did not parse; nothing was stored
+};
+
+enum class MatchKind {
+    Prefix, // the line starts with the literal text
+    Regex, // the QRegExp pattern matches at position 0
+};
+
+// One line kind: how it is recognised, the pattern that extracts its fields (when the kind
+// has fields) and what is done with them. `value` parameterises the shared handlers.
+struct VelutraResponseDecoder::LineRule
+{
+    MatchKind kind;
+    const char *selector;
+    const char *pattern;
+    Handler handler;
+    int value = 0;
+};
+
+struct VelutraResponseDecoder::Values
+{
+    // Compiled once per decoder, indexed like the rule table.
+    const LineRule *rules = nullptr;
+    int ruleCount = 0;
+    std::vector<QLatin1String> prefixes;
+    std::vector<std::unique_ptr<VelutraLinePattern>> selectors;
+    std::vector<std::unique_ptr<VelutraLinePattern>> patterns;
+
+    Tracked<QString> texts[TextValueCount];
+    Tracked<quint64> moduleRuntime;
+    Tracked<bool> moduleExists[s_moduleKindCount];
+
+    // Record fields are held as doubles: every int converts exactly.
+    Tracked<double> records[s_statusRecordCount][s_maxRecordFields];
+
+    Tracked<bool> debugging;
+    Tracked<int> systemState;
+    Tracked<QString> powerSetpoint_nJ;
+    Tracked<QString> powerSetpointPercent;
+    Tracked<QMap<int, double>> calibration[2];
+    double powerPercentMaximum = 100.0;
+    Tracked<int> frequencyIndex;
+    Tracked<QMap<int, double>> frequencyDivList;
+    Tracked<int> divisionFactor;
+    Tracked<bool> aom;
+    bool registerDumpMode = false;
+
+    Tracked<int> ovenMode;
+    Tracked<double> ovenSetpoint[2];
+    Tracked<double> ovenMinimum[2];
+    Tracked<double> ovenMaximum[2];
+    Tracked<double> ovenActual[2];
+    Tracked<int> humidity;
+    Tracked<int> piezoPosition;
+    Tracked<int> digitalGate;
+    Tracked<int> dynamicWavelengthEnabled;
+    Tracked<bool> dynamicWavelengthSupported;
+    Tracked<double> dynamicWavelengthEnergy[4];
+    Tracked<double> shgOutputPower;
+    Tracked<double> thgOutputPower;
+    Tracked<quint16> statusFlags;
+    Tracked<uchar> errorcode;
+    Tracked<uchar> outputConfig;
+    Tracked<int> crystalSpot;
+    Tracked<quint64> crystalCurrentRuntime;
+    Tracked<quint64> crystalMaxRuntime;
+    Tracked<QMap<int, quint64>> crystalAllRuntimes;
+
+    VelutraLinePattern &pattern(int rule) { return *patterns[size_t(rule)]; }
+};
+
+// ---- The dispatch table ---------------------------------------------------------------------
+//
+// In the order the lines are tried; the first kind that matches ends the line. Prefixes are
+// literal (even those that look like a regular expression, such as "^?AVGENGY ="). Lines
+// not matched by any row are compared with the ignore list at the end of the table and
+// otherwise reported as unhandled.
+const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *count)
+{
+    using O = Outcome;
+    using D = VelutraResponseDecoder;
+    static constexpr MatchKind P = MatchKind::Prefix;
+    static constexpr MatchKind R = MatchKind::Regex;
+
+    // Shared handlers; `rule.value` says which value a row stands for.
+    static constexpr Handler swallow = [](D &, const QString &, int) {
+        return O::Handled;
+    };
+    static constexpr Handler systemInfo = [](D &d, const QString &, int rule) {
+        // value: first text of the row; the captures are the row's texts, in order.
+        Values &v = *d.m_values;
+        const int first = v.rules[rule].value;
+        const int count = v.pattern(rule).captureCount();
+        for (int i = 0; i < count; ++i) {
+            v.texts[first + i].latest = v.pattern(rule).cap(i + 1);
+        }
+        d.publishTexts(first, count, false);
+        return O::Handled;
+    };
+    static constexpr Handler statusRecord = [](D &d, const QString &line, int rule) {
+        return d.decodeStatusRecord(line, d.m_values->rules[rule].value);
+    };
+    static constexpr Handler debugging = [](D &d, const QString &, int rule) {
+        d.m_values->debugging.latest = d.m_values->rules[rule].value != 0;
+        d.publish_DebuggingStatus(false);
+        return O::Handled;
+    };
+    static constexpr Handler systemState = [](D &d, const QString &, int rule) {
+        d.m_values->systemState.latest = d.m_values->rules[rule].value;
+        d.publish_SystemState(false);
+        return O::Handled;
+    };
+    static constexpr Handler division = [](D &d, const QString &line, int rule) {
+        QString rest = line.mid(int(qstrlen(d.m_values->rules[rule].selector)));
+        rest.remove(QLatin1Char('\n'));
+        bool ok = false;
+        const int factor = rest.toInt(&ok, 10);
+        if (!ok) {
+            return O::ParsingError;
+        }
+        d.m_values->divisionFactor.latest = factor;
+        d.publish_DivisionFactor(false);
+        return O::Handled;
+    };
+    static constexpr Handler aom = [](D &d, const QString &, int rule) {
+        d.m_values->aom.latest = d.m_values->rules[rule].value != 0;
+        d.publish_AOMStatus(false);
+        return O::Handled;
+    };
+    static constexpr Handler ovenSetpoint = [](D &d, const QString &, int rule) {
+        // value: 0 oven 1 (SHG oven), 1 oven 2 (THG oven).
+        Values &v = *d.m_values;
+        const int oven = v.rules[rule].value;
+        bool ok[3] = {false, false, false};
+        const double setpoint = v.pattern(rule).cap(1).toDouble(&ok[0]);
+        const double minimum = v.pattern(rule).cap(2).toDouble(&ok[1]);
+        const double maximum = v.pattern(rule).cap(3).toDouble(&ok[2]);
+        if (!ok[0] || !ok[1] || !ok[2]) {
+            return O::ParsingError;
+        }
+        v.ovenSetpoint[oven].latest = setpoint;
+        v.ovenMinimum[oven].latest = minimum;
+        v.ovenMaximum[oven].latest = maximum;
+        if (oven == 0) {
+            d.publish_Oven1TemperatureSetpoint(false);
+        } else {
+            d.publish_Oven2TemperatureSetpoint(false);
+        }
+        return O::Handled;
+    };
+    static constexpr Handler ovenActual = [](D &d, const QString &, int rule) {
+        Values &v = *d.m_values;
+        const int oven = v.rules[rule].value;
+        bool ok = false;
+        const double temperature = v.pattern(rule).cap(1).toDouble(&ok);
+        if (!ok) {
+            return O::ParsingError;
+        }
+        v.ovenActual[oven].latest = temperature;
+        if (oven == 0) {
+            d.publish_Oven1TemperatureActual(false);
+        } else {
+            d.publish_Oven2TemperatureActual(false);
+        }
+        return O::Handled;
+    };
+    static constexpr Handler humidity = [](D &d, const QString &, int rule) {
+        bool ok = false;
+        const double percent = d.m_values->pattern(rule).cap(1).toDouble(&ok);
+        // Truncated to int; a value the int cannot hold is nonsense, not a humidity.
+        if (!ok || !(percent > double(std::numeric_limits<int>::min()) - 1.0)
+            || !(percent < double(std::numeric_limits<int>::max()) + 1.0)) {
+            return O::ParsingError;
+        }
+        d.m_values->humidity.latest = static_cast<int>(percent);
+        d.publish_HumidityActual(false);
+        return O::Handled;
+    };
+    static constexpr Handler piezoPositionText = [](D &d, const QString &, int rule) {
+        const QString position = d.m_values->pattern(rule).cap(1);
+        int value = 2;
+        if (position.contains(QLatin1String("IR"))) {
+            value = 0;
+        } else if (position.contains(QLatin1String("GREEN"))) {
+            value = 1;
+        }
+        d.m_values->piezoPosition.latest = value;
+        d.publish_PiezoPositionSetting(false);
+        return O::Handled;
+    };
+    static constexpr Handler piezoPosition = [](D &d, const QString &, int rule) {
+        d.m_values->piezoPosition.latest = d.m_values->rules[rule].value;
+        d.publish_PiezoPositionSetting(false);
+        return O::Handled;
+    };
+    static constexpr Handler digitalGate = [](D &d, const QString &, int rule) {
+        d.m_values->digitalGate.latest = d.m_values->rules[rule].value;
+        d.publish_DigitalGateSetting(false);
+        return O::Handled;
+    };
+    static constexpr Handler dynamicWavelengthEnabled = [](D &d, const QString &, int rule) {
+        d.m_values->dynamicWavelengthEnabled.latest = d.m_values->rules[rule].value;
+        d.publish_DynamicWavelengthEnabled(false);
+        return O::Handled;
+    };
+    static constexpr Handler dynamicWavelengthSupported = [](D &d, const QString &, int rule) {
+        d.m_values->dynamicWavelengthSupported.latest = d.m_values->rules[rule].value != 0;
+        d.publish_DynamicWavelengthSupport(false);
+        return O::Handled;
+    };
+    static constexpr Handler moduleRuntime = [](D &d, const QString &, int rule) {
+        bool ok = false;
+        const quint64 seconds = d.m_values->pattern(rule).cap(1).toULongLong(&ok, 10);
+        if (!ok) {
+            return O::ParsingError;
+        }
+        d.m_values->moduleRuntime.latest = seconds;
+        d.publish_HGRuntime(false);
+        return O::Handled;
+    };
+    static constexpr Handler numberedRow = [](D &d, const QString &line, int rule) {
+        return d.decodeNumberedRow(line, rule);
+    };
+
+    static const LineRule s_rules[] = {
+            // System information block, answer to "ly_system_info"; value: first text of the row.
+            {P, "Velutra-", "^(Velutra-.+) Hardware:(.*) Firmware:(.*)\n", systemInfo,
+             TextVelutraType},
+            {P, "SW.MAIN", "^(SW[\\._]MAIN[\\._].+)\n", systemInfo, TextApplicationName},
+            {P, "SW_MAIN", "^(SW[\\._]MAIN[\\._].+)\n", systemInfo, TextApplicationName},
+            {P, "Compiled on:", "^Compiled on: (.*)\n", systemInfo, TextCompilationDateTime},
+            {P, "Serial number:", "^Serial number: (.*)\n", systemInfo, TextSerialNumber},
+            {P, "LDD device -", "^LDD.+Hardware: (.*), Software version: (.*), Revision: (.*)\n",
+             systemInfo, TextLddHardware},
+            {P, "TEC device -", "^TEC.+Hardware: (.*), Software version: (.*), Revision: (.*)\n",
+             systemInfo, TextTecHardware},
+            {P, "Timing Board", "^Timing Board S\\/N: (.*); MCU T\\/B: (.*); FPGA T\\/B: (.*)\n",
+             systemInfo, TextTimingBoardSerial},
+            {P, "Device switch on time",
+             "^Device switch on time \\(Standby and up\\): (.*) hours (.*) minutes\n", systemInfo,
+             TextDeviceOnHours},
+            {P, "Laser Emission switch on time",
+             "^Laser Emission switch on time: (.*) hours (.*) minutes\n", systemInfo,
+             TextEmissionHours},
+            // Module information block, answer to "ls?".
+            {P, "ZEL harmonic generation module (address:",
+             "^ZEL harmonic generation module \\(address: (.*) / type: (.*)\\)\n", systemInfo,
+             TextModuleAddress},
+            {P, "Firmware version:", "^Firmware version:\t(.*)\n", systemInfo,
+             TextModuleFirmwareVersion},
+            {P, "Bootloader version:", "^Bootloader version:\t(.*)\n", systemInfo,
+             TextModuleBootloaderVersion},
+            {P, "Module serial number:", "^Module serial number:\t(.*)\n", systemInfo,
+             TextModuleSerialNumber},
+            {P, "PCB serial number:", "^PCB serial number:\t(.*)\n",
+             [](D &d, const QString &line, int rule) {
+                 // The last line of the module block: the module kind is known now.
+                 const O outcome = systemInfo(d, line, rule);
+                 d.publishModuleKind();
+                 return outcome;
+             },
+             TextModulePcbSerialNumber},
+
+            // Status records; value: record 0..3 for "s6".."s9".
+            {P, "s6 ", nullptr, statusRecord, 0},
+            {P, "s7 ", nullptr, statusRecord, 1},
+            {P, "s8 ", nullptr, statusRecord, 2},
+            {P, "s9 ", nullptr, statusRecord, 3},
+
+            // Debug output of the communication channel.
+            {R, "^Ok write.*debug Communication value to eeprom", nullptr, swallow},
+            {R, "^Debugging on communication channel.*enabled", nullptr, debugging, 1},
+            {R, "^Debugging on communication channel.*disabled", nullptr, debugging, 0},
+
+            // Operating state; the capitals follow the device's own texts.
+            {R, "^Listen.*=.*ok", nullptr, systemState, SystemStateListen},
+            {R, "^Already.*Listen", nullptr, systemState, SystemStateListen},
+            {R, "^Listen.*->.*Standby", nullptr, systemState, SystemStateListenToStandby},
+            {R, "^Standby.*=.*ok", nullptr, systemState, SystemStateStandby},
+            {R, "^Already.*Standby", nullptr, systemState, SystemStateStandby},
+            {R, "^Standby.*->.*Listen", nullptr, systemState, SystemStateStandbyToListen},
+            {R, "^Standby.*->.*disabled", nullptr, systemState, SystemStateStandbyToDisabled},
+            {R, "^Standby.*->.*enabled", nullptr, systemState, SystemStateStandbyToEnabled},
+            {R, "^.*disabled.*=.*ok", nullptr, systemState, SystemStateDisabled},
+            {R, "^Already.*Disabled", nullptr, systemState, SystemStateDisabled},
+            {R, "^.*enabled.*=.*ok", nullptr, systemState, SystemStateEnabled},
+            {R, "^Already.*Enabled", nullptr, systemState, SystemStateEnabled},
+            {R, "^.*disabled.*->.*Standby", nullptr, systemState, SystemStateDisabledToStandby},
+            {R, "^.*enabled.*->.*Standby", nullptr, systemState, SystemStateEnabledToStandby},
+            {R, "^.*disabled.*->.*Listen", nullptr, systemState, SystemStateDisabledToListen},
+            {R, "^.*enabled.*->.*Listen", nullptr, systemState, SystemStateEnabledToListen},
+
+            // Power and repetition rate. The first two are command echoes spelt with a literal "^".
+            {P, "^?AVGENGY =", nullptr, swallow},
+            {P, "^?ENERGY =", nullptr, swallow},
+            {P, "ly_vtx2_power", nullptr, swallow},
+            {P, "e_power", nullptr, swallow},
+            {P, "Setted laser power:", nullptr,
+             [](D &d, const QString &line, int) {
+                 QString text = line.mid(int(qstrlen("Setted laser power:")));
+                 text.remove(QLatin1String("nJ\n"));
+                 bool ok = false;
+                 text.toDouble(&ok);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->powerSetpoint_nJ.latest = text;
+                 d.publish_PowerSetpoint_nJ(false);
+                 return O::Handled;
+             }},
+            {P, "Setted laser power in relative unit:", nullptr,
+             [](D &d, const QString &line, int) {
+                 QString text = line.mid(int(qstrlen("Setted laser power in relative unit:")));
+                 text.remove(QLatin1Char('\n'));
+                 bool ok = false;
+                 text.toDouble(&ok);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->powerSetpointPercent.latest = text;
+                 d.publish_PowerSetpoint_Percent(false);
+                 return O::Handled;
+             }},
+            {P, "Frequency index parameter:", nullptr,
+             [](D &d, const QString &line, int) {
+                 QString rest = line.mid(int(qstrlen("Frequency index parameter:")));
+                 rest.remove(QLatin1Char('\n'));
+                 bool ok = false;
+                 const int index = rest.toInt(&ok, 10);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->frequencyIndex.latest = index;
+                 d.publish_FrequencyIndex(false);
+                 return O::Handled;
+             }},
+            // The PCAOM line first: the shorter prefix below is a prefix of it.
+            {P, "Notice: Division factor for PCAOM is", nullptr, division},
+            {P, "Notice: Division factor is", nullptr, division},
+            {P, "Laser output disabled", nullptr, aom, 0},
+            {P, "Laser output enabled", nullptr, aom, 1},
+
+            // Harmonic module; value: oven 0 (SHG oven) or 1 (THG oven) for the oven rows.
+            {P, "ZEL HG\tCurrent FSM state=", "^ZEL HG\tCurrent FSM state=(.*)\n",
+             [](D &d, const QString &, int rule) {
+                 bool ok = false;
+                 const int state = d.m_values->pattern(rule).cap(1).toInt(&ok, 10);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->ovenMode.latest = state;
+                 d.publish_OvenMode(false);
+                 return O::Handled;
+             }},
+            {P, "ZEL SHG\tOven Setpoint",
+             "^ZEL SHG\tOven Setpoint=(.*) C\tMin=(.*) C\tMax=(.*) C\n", ovenSetpoint, 0},
+            {P, "ZEL SHG\tOven Temperature=", "^ZEL SHG\tOven Temperature=(.*) C\n", ovenActual, 0},
+            {P, "ZEL THG\tSHG Oven Setpoint",
+             "^ZEL THG\tSHG Oven Setpoint=(.*) C\tMin=(.*) C\tMax=(.*) C\n", ovenSetpoint, 0},
+            {P, "ZEL THG\tSHG Oven Temperature=", "^ZEL THG\tSHG Oven Temperature=(.*) C\n",
+             ovenActual, 0},
+            {P, "ZEL THG\tTHG Oven Setpoint",
+             "^ZEL THG\tTHG Oven Setpoint=(.*) C\tMin=(.*) C\tMax=(.*) C\n", ovenSetpoint, 1},
+            {P, "ZEL THG\tTHG Oven Temperature=", "^ZEL THG\tTHG Oven Temperature=(.*) C\n",
+             ovenActual, 1},
+            {P, "ZEL SHG\tHumidity=", "^ZEL SHG\tHumidity=(.*)%\n", humidity},
+            {P, "ZEL THG\tHumidity=", "^ZEL THG\tHumidity=(.*)%\n", humidity},
+            {R, "^ZEL [ST]HG\tCurrent position=", "^ZEL [ST]HG\tCurrent position=(.*)\n",
+             piezoPositionText},
+            // Never reached: the row above already takes these lines. Kept so that the table
+            // reads like the device's list of replies.
+            {P, "ZEL SHG\tCurrent position=GREEN", nullptr, piezoPosition, 1},
+            {P, "ZEL SHG\tCurrent position=UV", nullptr, piezoPosition, 2},
+            {P, "Active digital gate logic:\tlogic LOW (no connection) = AOM OPEN", nullptr,
+             digitalGate, 0},
+            {P, "Active digital gate logic:\tlogic LOW (no connection) = AOM CLOSED", nullptr,
+             digitalGate, 1},
+            {P, "ZEL HG\tDynamic wavelength switching disabled", nullptr, dynamicWavelengthEnabled,
+             0},
+            {P, "ZEL HG\tDynamic wavelength switching enabled", nullptr, dynamicWavelengthEnabled,
+             1},
+            {P, "ZEL HG\tDynamic wavelength switching feature disabled", nullptr,
+             dynamicWavelengthSupported, 0},
+            {P, "ZEL HG\tDynamic wavelength switching feature enabled", nullptr,
+             dynamicWavelengthSupported, 1},
+            // The device's list has this test twice; the second copy never fires.
+            {P, "ZEL HG\tDynamic wavelength switching feature enabled", nullptr,
+             dynamicWavelengthSupported, 1},
+            {R, "^\\s+(IR|SHG|THG|FHG)\\s+Wavelength\\s+Index:",
+             "^\\s+(IR|SHG|THG|FHG)\\s+Wavelength\\s+Index:\\s+(\\d)\\s+IR\\s+pulse\\s+energy"
+             "\\s+=\\s+(\\d+)",
+             [](D &d, const QString &, int rule) {
+                 Values &v = *d.m_values;
+                 bool ok[2] = {false, false};
+                 const int index = v.pattern(rule).cap(2).toInt(&ok[0], 10);
+                 const double energy = v.pattern(rule).cap(3).toDouble(&ok[1]) / 1000.0;
+                 if (!ok[0] || !ok[1]) {
+                     return O::ParsingError;
+                 }
+                 static constexpr void (D::*s_publish[4])(bool)
+                         = {&D::publish_DynamicWLS_IR, &D::publish_DynamicWLS_Green,
+                            &D::publish_DynamicWLS_UV, &D::publish_DynamicWLS_DUV};
+                 if (index < 0 || index > 3) {
+                     return O::Handled; // a wavelength the program does not know
+                 }
+                 v.dynamicWavelengthEnergy[index].latest = energy;
+                 (d.*s_publish[index])(false);
+                 return O::Handled;
+             }},
+            {R, "^ZEL\\s+[S|T]HG\\s+Output\\s+power\\s*=",
+             "^ZEL\\s+([S|T])HG\\s+Output\\s+power\\s*=\\s*(.+)\n",
+             [](D &d, const QString &, int rule) {
+                 Values &v = *d.m_values;
+                 QString text = v.pattern(rule).cap(2);
+                 double scale = 1.0;
+                 if (text.endsWith(QLatin1String("mW"))) {
+                     text.remove(QLatin1String("mW"));
+                 } else {
+                     text.remove(QLatin1Char('W'));
+                     scale = 1000.0;
+                 }
+                 bool ok = false;
+                 const double milliwatts = text.toDouble(&ok) * scale;
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 if (v.pattern(rule).cap(1) == QLatin1String("S")) {
+                     v.shgOutputPower.latest = milliwatts;
+                     d.publish_SHGOutputPower(false);
+                 } else {
+                     v.thgOutputPower.latest = milliwatts;
+                     d.publish_THGOutputPower(false);
+                 }
+                 return O::Handled;
+             }},
+            {P, "ZEL HG\tStatus flags=", "^ZEL HG\tStatus flags=(.*)\n",
+             [](D &d, const QString &, int rule) {
+                 bool ok = false;
+                 const ulong flags = d.m_values->pattern(rule).cap(1).toULong(&ok, 16);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->statusFlags.latest = static_cast<quint16>(flags);
+                 d.publish_HGStatusFlags(false);
+                 return O::Handled;
+             }},
+            {P, "ZEL HG\tErrorcode=", "^ZEL HG\tErrorcode=(.*)\n",
+             [](D &d, const QString &, int rule) {
+                 bool ok = false;
+                 const uint code = d.m_values->pattern(rule).cap(1).toUInt(&ok, 10);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->errorcode.latest = static_cast<uchar>(code);
+                 d.publish_HGErrorcode(false);
+                 return O::Handled;
+             }},
+            {R, "^ZEL\\s*HG\\s+WL\\s+output\\s+config:\\s+",
+             "^ZEL\\s*HG\\s+WL\\s+output\\s+config:\\s+0x(.+)\n",
+             [](D &d, const QString &, int rule) {
+                 bool ok = false;
+                 const uint config = d.m_values->pattern(rule).cap(1).toUInt(&ok, 16);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->outputConfig.latest = static_cast<uchar>(config);
+                 d.publish_HGOutputConfig(false);
+                 return O::Handled;
+             }},
+            {P, "ZEL SHG\tRuntime=", "^ZEL .HG\tRuntime=(.*)s\n", moduleRuntime},
+            {P, "ZEL THG\tRuntime=", "^ZEL .HG\tRuntime=(.*)s\n", moduleRuntime},
+            {P, "ZEL THG\tCurrent crystal spot=", "^ZEL THG\tCurrent crystal spot=(.*)\n",
+             [](D &d, const QString &, int rule) {
+                 bool ok = false;
+                 const uint spot = d.m_values->pattern(rule).cap(1).toUInt(&ok, 10);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->crystalSpot.latest = static_cast<int>(spot);
+                 d.publish_HGCrystalCurSpot(false);
+                 return O::Handled;
+             }},
+            {P, "ZEL THG\tCurrent runtime=", "^ZEL THG\tCurrent runtime=(.*)s\n",
+             [](D &d, const QString &, int rule) {
+                 bool ok = false;
+                 const quint64 seconds = d.m_values->pattern(rule).cap(1).toULongLong(&ok, 10);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->crystalCurrentRuntime.latest = seconds;
+                 d.publish_HGCrystalCurRuntime(false);
+                 return O::Handled;
+             }},
+            {P, "ZEL THG\tMax runtime=", "^ZEL THG\tMax runtime=(.*)s\n",
+             [](D &d, const QString &, int rule) {
+                 bool ok = false;
+                 const quint64 seconds = d.m_values->pattern(rule).cap(1).toULongLong(&ok, 10);
+                 if (!ok) {
+                     return O::ParsingError;
+                 }
+                 d.m_values->crystalMaxRuntime.latest = seconds;
+                 d.publish_HGCrystalMaxRuntime(false);
+                 return O::Handled;
+             }},
+            {P, "ZEL THG\tAll runtimes=", nullptr,
+             [](D &d, const QString &line, int) {
+                 // One run time per crystal spot, spot 0 first; more than 32 are ignored.
+                 QString text = line.mid(int(qstrlen("ZEL THG\tAll runtimes=")));
+                 text.remove(QLatin1String(" \n"));
+                 const QVector<QStringRef> tokens = text.splitRef(QLatin1Char(' '));
+                 QMap<int, quint64> runtimes;
+                 for (int spot = 0; spot < tokens.size() && spot < s_maxCrystalSpots; ++spot) {
+                     bool ok = false;
+                     const quint64 seconds = tokens.at(spot).toULongLong(&ok, 10);
+                     if (!ok) {
+                         return O::ParsingError;
+                     }
+                     runtimes.insert(spot, seconds);
+                 }
+                 d.m_values->crystalAllRuntimes.latest = runtimes;
+                 d.publish_HGCrystalAllRuntimes(false);
+                 return O::Handled;
+             }},
+            {P, "ZEL HG\tShutter in wrong position.", nullptr,
+             [](D &d, const QString &, int) {
+                 // A warning is news every time it comes.
+                 emit d.sigsHGModuleWarning(QStringLiteral("Shutter in wrong position"));
+                 return O::Handled;
+             }},
+            {P, "ZEL HG\tChanging wavelength complete.", nullptr, swallow},
+            {P, "ZEL HG:\tDisabling AOM.", nullptr, swallow},
+            {P, "ZEL SHG\tMoved piezo stage to", nullptr, swallow},
+            {P, "ZEL SHG\tNew polarization:", nullptr, swallow},
+
+            // Frequency-division table, register dump and power calibration block.
+            {P, "ezra", nullptr,
+             [](D &d, const QString &, int) {
+                 d.m_values->registerDumpMode = true;
+                 return O::Handled;
+             }},
+            {P, "eira", nullptr,
+             [](D &d, const QString &, int) {
+                 d.m_values->registerDumpMode = false;
+                 return O::Handled;
+             }},
+            {R, "^\\d* \\d* .*", "^(\\d*) (\\d*) (.*)", numberedRow},
+            {P, "Coefficients for converting setted laser power to AOM value", nullptr, swallow},
+            {P, "y=k*x + a; where k is index 0 and a is index 1", nullptr, swallow},
+            {P, "y is AOM value 0-4095 and x is input laser power in nJ", nullptr, swallow},
+
+            // Known lines that carry nothing for the program: command echoes ...
+            {P, "ly_system_info", nullptr, swallow},
+            {P, "ly_vtx2_wvl", nullptr, swallow},
+            {P, "s6", nullptr, swallow},
+            {P, "s7", nullptr, swallow},
+            {P, "s8", nullptr, swallow},
+            {P, "s9", nullptr, swallow},
+            {P, "e_div?", nullptr, swallow},
+            {P, "e_freq?", nullptr, swallow},
+            {P, "o7m:AOMEN", nullptr, swallow},
+            {P, "o7m:AOMINH", nullptr, swallow},
+            {P, "o7m:?AOMEN", nullptr, swallow},
+            {P, "ly_vtx2_disabled", nullptr, swallow},
+            {P, "ly_vtx2_enabled", nullptr, swallow},
+            {P, "ly_vtx2_standby", nullptr, swallow},
+            {P, "ly_vtx2_listen", nullptr, swallow},
+            {P, "ly_vtx2_output", nullptr, swallow},
+            {P, "ly_vtx2_digiop", nullptr, swallow},
+            {P, "ly_vtx2_dev_status", nullptr, swallow},
+            {P, "ls?", nullptr, swallow},
+            {P, "ls_enable", nullptr, swallow},
+            {P, "ls_temp_setpoint", nullptr, swallow},
+            {P, "ls_temp_setpoint_SHG", nullptr, swallow},
+            {P, "ls_temp_setpoint_THG", nullptr, swallow},
+            {P, "ls_temp_oven", nullptr, swallow},
+            {P, "ls_humidity", nullptr, swallow},
+            {P, "ls_wavelength", nullptr, swallow},
+            {P, "ls_output_power", nullptr, swallow},
+            {P, "ls_status", nullptr, swallow},
+            {P, "ls_errorcode", nullptr, swallow},
+            {P, "ls_output_config", nullptr, swallow},
+            {P, "ls_module_runtime", nullptr, swallow},
+            {P, "ls_crystal_curSpot", nullptr, swallow},
+            {P, "ls_crystal_curRuntime", nullptr, swallow},
+            {P, "ls_crystal_maxRuntime", nullptr, swallow},
+            {P, "ls_crystal_allRuntimes", nullptr, swallow},
+            {P, "ly_vtx_wvl", nullptr, swallow},
+            {P, "e_mode", nullptr, swallow},
+            {P, "e_div", nullptr, swallow},
+            {P, "e_freq", nullptr, swallow},
+            // ... informational lines of the laser ...
+            {P, "AOM max frequency fields number is:", nullptr, swallow},
+            {P, "e_mode of AOM:", nullptr, swallow},
+            {P, "Switching OFF Seeder Laser diode: Laser_OnOff_value_Seeder=", nullptr, swallow},
+            {P, "?AVGENGY", nullptr, swallow},
+            {P, "?ENERGY", nullptr, swallow},
+            {P, ">", nullptr, swallow},
+            {P, "New digital gate logic:", nullptr, swallow},
+            {P, "Dynamic wavelength switching data in memory:", nullptr, swallow},
+            {P, "ls_dwls_enable", nullptr, swallow},
+            {P, "ls_dwls_default", nullptr, swallow},
+            {P, "ls_dwls_feature", nullptr, swallow},
+            {P, "New oven temperature setpoint:", nullptr, swallow},
+            // ... and the help text the module prints for a command it does not know, spelt as
+            // the module spells it.
+            {P, "Available commands:", nullptr, swallow},
+            {P, "----------------------------------------", nullptr, swallow},
+            {P, "\tSets the module oven temperature setpoint in degrees C", nullptr, swallow},
+            {P, "\tSets the module's SHG oven temperature setpoint in degrees C", nullptr, swallow},
+            {P, "\tSets the module's THG oven temperature setpoint in degrees C", nullptr, swallow},
+            {P, "\tDisplays the module oven setpoint(s) in degrees C", nullptr, swallow},
+            {P, "\tDisplays the module oven(s) temperature in degrees C", nullptr, swallow},
+            {P, "\tDisplays the relative humidity in % within the module.", nullptr, swallow},
+            {P, "\tSets the output wavelength [x range: 0-3]", nullptr, swallow},
+            {P, "\twhere:", nullptr, swallow},
+            {P, "\t\t0 sets", nullptr, swallow},
+            {P, "\t\t1 sets", nullptr, swallow},
+            {P, "\t\t2 sets", nullptr, swallow},
+            {P, "\t\t3 sets", nullptr, swallow},
+            {P, "\t\t0 IR not available.", nullptr, swallow},
+            {P, "\t\t1 SHG not available.", nullptr, swallow},
+            {P, "\t\t2 THG not available.", nullptr, swallow},
+            {P, "\t\t3 FHG not available.", nullptr, swallow},
+            {P, "\tDisplays the configured wavelength of the module", nullptr, swallow},
+            {P, "\tDisplays the module status - ZELM support", nullptr, swallow},
+            {P, "\tDisplays the current output power", nullptr, swallow},
+            {P, "\tDisplays the modules total runtime in seconds", nullptr, swallow},
+            {P, "\tDisplays the crystal spot currently active", nullptr, swallow},
+            {P, "\tDisplays the maximun runtime in seconds", nullptr, swallow},
+            {P, "\tDisplays the total runtime in hours", nullptr, swallow},
+            {P, "\tDisplays the current total runtime in seconds", nullptr, swallow},
+            {P, "\tSets the crystal spot the module will use for conversion", nullptr, swallow},
+    };
+    *count = int(sizeof(s_rules) / sizeof(s_rules[0]));
+    return s_rules;
+}
+
+// ---- Construction and dispatch --------------------------------------------------------------
+
+VelutraResponseDecoder::VelutraResponseDecoder(QObject *parent)
+    : QObject(parent)
+    , m_values(std::make_unique<Values>())
+{
+    registerMetaTypes();
+
+    Values &v = *m_values;
+    v.rules = lineRules(&v.ruleCount);
+    v.prefixes.reserve(size_t(v.ruleCount));
+    v.selectors.resize(size_t(v.ruleCount));
+    v.patterns.resize(size_t(v.ruleCount));
+    for (int i = 0; i < v.ruleCount; ++i) {
+        const LineRule &rule = v.rules[i];
+        v.prefixes.emplace_back(rule.selector);
+        if (rule.kind == MatchKind::Regex) {
+            v.selectors[size_t(i)]
+                    = std::make_unique<VelutraLinePattern>(QString::fromLatin1(rule.selector));
+        }
+        if (rule.pattern != nullptr) {
+            v.patterns[size_t(i)]
+                    = std::make_unique<VelutraLinePattern>(QString::fromLatin1(rule.pattern));
+        }
+    }
+    resetPublishedValues();
+}
+
+VelutraResponseDecoder::~VelutraResponseDecoder() = default;
+
+QStringList VelutraResponseDecoder::linePatterns()
+{
+    int count = 0;
+    const LineRule *rules = lineRules(&count);
+    QStringList patterns;
+    for (int i = 0; i < count; ++i) {
+        if (rules[i].kind == MatchKind::Regex) {
+            patterns.append(QString::fromLatin1(rules[i].selector));
+        }
+        if (rules[i].pattern != nullptr) {
+            patterns.append(QString::fromLatin1(rules[i].pattern));
+        }
+    }
+    patterns.removeDuplicates();
+    return patterns;
+}
+
+void VelutraResponseDecoder::registerMetaTypes()
+{
+    qRegisterMetaType<SystemState>("SystemState");
+    qRegisterMetaType<QMap<int, double>>("QMap<int,double>");
+    qRegisterMetaType<QMap<int, quint64>>("QMap<int,quint64>");
+}
+
+void VelutraResponseDecoder::slotLineReceived(const QByteArray &received)
+{
+    // Latin-1 up to the first NUL byte; the terminator stays, the patterns expect it.
+    const QString line = QString::fromLatin1(received);
+    Values &v = *m_values;
+    for (int i = 0; i < v.ruleCount; ++i) {
+        const LineRule &rule = v.rules[i];
+        const bool selected = rule.kind == MatchKind::Prefix
+                                      ? line.startsWith(v.prefixes[size_t(i)])
+                                      : v.selectors[size_t(i)]->matchesAtStart(line);
+        if (!selected) {
+            continue;
+        }
+        if (rule.pattern != nullptr && !v.pattern(i).matchesAtStart(line)) {
+            emit sigParsingError(received);
+            return;
+        }
+        if (rule.handler(*this, line, i) == Outcome::ParsingError) {
+            emit sigParsingError(received);
+        }
+        return;
+    }
+    emit sigUnhandledLineData(received);
+}
+
+void VelutraResponseDecoder::slotConnectedStatus(bool connected)
+{
+    if (!connected) {
+        resetPublishedValues();
+    }
+}
+
+void VelutraResponseDecoder::resetPublishedValues()
+{
+    Values &v = *m_values;
+    for (auto &text : v.texts) {
+        resetPublished(text);
+    }
+    resetPublished(v.moduleRuntime);
+    for (auto &exists : v.moduleExists) {
+        resetPublished(exists);
+    }
+    for (int r = 0; r < s_statusRecordCount; ++r) {
+        const StatusRecord &record = s_statusRecords[r];
+        for (int f = 0; f < record.fieldCount; ++f) {
+            Tracked<double> &field = v.records[r][f];
+            field.published = record.fields[f].type == FieldType::Int
+                                      ? double(std::numeric_limits<int>::max())
+                                      : std::numeric_limits<double>::max();
+            field.publishedValid = true;
+        }
+    }
+
+    // The debug flag has no impossible value. Its inverse alone would let a first report
+    // that differs from the latest value slip through, so it is marked unpublished as well.
+    v.debugging.published = !v.debugging.latest;
+    v.debugging.publishedValid = false;
+    v.systemState.published = SystemStateUnknown;
+    v.systemState.publishedValid = true;
+    v.powerSetpoint_nJ.published.clear();
+    v.powerSetpoint_nJ.publishedValid = true;
+    v.powerSetpointPercent.published.clear();
+    v.powerSetpointPercent.publishedValid = true;
+    for (auto &map : v.calibration) {
+        resetPublished(map);
+    }
+    resetPublished(v.frequencyIndex);
+    resetPublished(v.frequencyDivList);
+    resetPublished(v.divisionFactor);
+    resetPublished(v.aom);
+
+    resetPublished(v.ovenMode);
+    for (int oven = 0; oven < 2; ++oven) {
+        resetPublished(v.ovenSetpoint[oven]);
+        resetPublished(v.ovenMinimum[oven]);
+        resetPublished(v.ovenMaximum[oven]);
+        resetPublished(v.ovenActual[oven]);
+    }
+    resetPublished(v.humidity);
+    resetPublished(v.piezoPosition);
+    resetPublished(v.digitalGate);
+    resetPublished(v.dynamicWavelengthEnabled);
+    resetPublished(v.dynamicWavelengthSupported);
+    for (auto &energy : v.dynamicWavelengthEnergy) {
+        resetPublished(energy);
+    }
+    resetPublished(v.shgOutputPower);
+    resetPublished(v.thgOutputPower);
+    resetPublished(v.statusFlags);
+    resetPublished(v.errorcode);
+    resetPublished(v.outputConfig);
+    resetPublished(v.crystalSpot);
+    resetPublished(v.crystalCurrentRuntime);
+    resetPublished(v.crystalMaxRuntime);
+    resetPublished(v.crystalAllRuntimes);
+}
+
+VelutraResponseDecoder::Outcome VelutraResponseDecoder::decodeStatusRecord(const QString &line,
+                                                                           int recordIndex)
+{
+    const StatusRecord &record = s_statusRecords[recordIndex];
+    const QVector<QStringRef> tokens = line.splitRef(QLatin1Char(' '));
+    if (tokens.size() != record.tokenCount) {
+        return Outcome::ParsingError;
+    }
+    const bool lenient
+            = record.lenientOnOldFirmware
+              && m_values->texts[TextFirmwareVersion].published.contains(QLatin1String("V5.0.2"));
+
+    double parsed[s_maxRecordFields] = {};
+    for (int f = 0; f < record.fieldCount; ++f) {
+        const QStringRef &token = tokens.at(f + 1);
+        bool ok = false;
+        parsed[f] = record.fields[f].type == FieldType::Int ? double(token.toInt(&ok, 10))
+                                                            : token.toDouble(&ok);
+        if (!ok) {
+            if (!lenient) {
+                return Outcome::ParsingError;
+            }
+            parsed[f] = 0.0;
+        }
+    }
+    for (int f = 0; f < record.fieldCount; ++f) {
+        m_values->records[recordIndex][f].latest = parsed[f];
+    }
+    (this->*record.publish)(false);
+    return Outcome::Handled;
+}
+
+VelutraResponseDecoder::Outcome VelutraResponseDecoder::decodeNumberedRow(const QString &line,
+                                                                          int rule)
+{
+    // Rows of the device's numbered tables: "<index> <number> <text>". Nothing here is ever
+    // reported as an error: a row that does not fit is dropped.
+    Values &v = *m_values;
+    const QString field3 = v.pattern(rule).cap(3);
+    if (!v.registerDumpMode && field3.startsWith(QLatin1String("PCPER"))) {
+        bool ok[3] = {false, false, false};
+        const int index = v.pattern(rule).cap(1).toInt(&ok[0], 10);
+        v.pattern(rule).cap(2).toInt(&ok[1], 10);
+        const QVector<QStringRef> words = field3.splitRef(QLatin1Char(' '));
+        const int divider = words.size() > 1 ? words.at(1).toInt(&ok[2], 10) : 0;
+        if (ok[0] && ok[1] && ok[2]) {
+            if (index == 0) {
+                v.frequencyDivList.latest.clear();
+            }
+            v.frequencyDivList.latest.insert(index, double(divider));
+            publish_FrequencyDivList(false);
+        }
+        return Outcome::Handled;
+    }
+    if (v.registerDumpMode) {
+        for (const char *name : s_registerNames) {
+            if (field3.startsWith(QLatin1String(name))) {
+                return Outcome::Handled;
+            }
+        }
+    }
+    // Power calibration rows ("0 0 0.125") look like numbered rows too.
+    return decodeCalibrationRow(line);
+}
+
+VelutraResponseDecoder::Outcome VelutraResponseDecoder::decodeCalibrationRow(const QString &line)
+{
+    // "<key> <selector> <value>": selector 0 and 1 are the two coefficients of the straight
+    // line from power in nJ to AOM value, per frequency index (the key).
+    Values &v = *m_values;
+    const QVector<QStringRef> tokens = line.splitRef(QLatin1Char(' '));
+    if (tokens.size() != 3) {
+        return Outcome::Handled;
+    }
+    bool ok[3] = {false, false, false};
+    const int key = tokens.at(0).toInt(&ok[0], 10);
+    const int selector = tokens.at(1).toInt(&ok[1], 10);
+    const double value = tokens.at(2).toDouble(&ok[2]);
+    if (!ok[0] || !ok[1] || !ok[2]) {
+        return Outcome::Handled;
+    }
+    if (key == 0 && selector == 0) {
+        v.calibration[0].latest.clear();
+        v.calibration[1].latest.clear();
+    }
+    if (selector != 0 && selector != 1) {
+        return Outcome::Handled;
+    }
+    v.calibration[selector].latest.insert(key, value);
+    publish_PowerSetpoint_nJ_Range(false);
+    return Outcome::Handled;
+}
+
+// ---- Publishing -----------------------------------------------------------------------------
+
+void VelutraResponseDecoder::publishTexts(int first, int count, bool force)
+{
+    for (int i = first; i < first + count; ++i) {
+        Tracked<QString> &text = m_values->texts[i];
+        if (mustPublish(text, force)) {
+            markPublished(text);
+            emit(this->*s_textSignals[i])(text.latest);
+        }
+    }
+}
+
+void VelutraResponseDecoder::publishModuleKind()
+{
+    const QString &type = m_values->texts[TextModuleType].latest;
+    for (int i = 0; i < s_moduleKindCount; ++i) {
+        if (type.contains(QLatin1String(s_moduleKinds[i].typeCode))) {
+            Tracked<bool> &exists = m_values->moduleExists[i];
+            exists.latest = true;
+            if (mustPublish(exists, false)) {
+                markPublished(exists);
+                emit(this->*s_moduleKinds[i].signal)(true);
+            }
+            return;
+        }
+    }
+}
+
+namespace {
+
+// Emits one status record member by member, each only when it changed.
+template<typename Emitter>
+void publishRecord(Tracked<double> *values, const StatusRecord &record, bool force, Emitter emitter)
+{
+    for (int f = 0; f < record.fieldCount; ++f) {
+        const RecordField &field = record.fields[f];
+        if (field.intSignal == nullptr && field.doubleSignal == nullptr) {
+            continue;
+        }
+        if (mustPublish(values[f], force)) {
+            markPublished(values[f]);
+            emitter(field, values[f].latest);
+        }
+    }
+}
+
+} // namespace
+
+#define VELUTRA_PUBLISH_TEXTS(slot, first, count) \
+    void VelutraResponseDecoder::slot(bool force) \
+    { \
+        publishTexts(first, count, force); \
+    }
+
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Velutra, TextVelutraType, 3)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_SW_MAIN, TextApplicationName, 1)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Compiled_on, TextCompilationDateTime, 1)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Serial_number, TextSerialNumber, 1)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_LLD_device, TextLddHardware, 3)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_TEC_device, TextTecHardware, 3)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Timing_Board, TextTimingBoardSerial, 3)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_DeviceOnTime, TextDeviceOnHours, 2)
+VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_EmissionTime, TextEmissionHours, 2)
+VELUTRA_PUBLISH_TEXTS(publish_ls_info_ModuleAddrType, TextModuleAddress, 2)
+VELUTRA_PUBLISH_TEXTS(publish_ls_info_FirmwareVersion, TextModuleFirmwareVersion, 1)
+VELUTRA_PUBLISH_TEXTS(publish_ls_info_BootladerVersion, TextModuleBootloaderVersion, 1)
+VELUTRA_PUBLISH_TEXTS(publish_ls_info_ModuleSerialNumber, TextModuleSerialNumber, 1)
+VELUTRA_PUBLISH_TEXTS(publish_ls_info_PCBSerialNumber, TextModulePcbSerialNumber, 1)
+
+#undef VELUTRA_PUBLISH_TEXTS
+
+#define VELUTRA_PUBLISH_RECORD(slot, index) \
+    void VelutraResponseDecoder::slot(bool force) \
+    { \
+        publishRecord(m_values->records[index], s_statusRecords[index], force, \
+                      [this](const RecordField &field, double value) { \
+                          if (field.type == FieldType::Int) { \
+                              emit(this->*field.intSignal)(static_cast<int>(value)); \
+                          } else { \
+                              emit(this->*field.doubleSignal)(value); \
+                          } \
+                      }); \
+    }
+
+VELUTRA_PUBLISH_RECORD(publish_s6, 0)
+VELUTRA_PUBLISH_RECORD(publish_s7, 1)
+VELUTRA_PUBLISH_RECORD(publish_s8, 2)
+VELUTRA_PUBLISH_RECORD(publish_s9, 3)
+
+#undef VELUTRA_PUBLISH_RECORD
+
+// A single value with a single signal: emit when it changed or when forced.
+#define VELUTRA_PUBLISH_VALUE(slot, member, signal, type) \
+    void VelutraResponseDecoder::slot(bool force) \
+    { \
+        auto &value = m_values->member; \
+        if (mustPublish(value, force)) { \
+            markPublished(value); \
+            emit signal(type(value.latest)); \
+        } \
+    }
+
+VELUTRA_PUBLISH_VALUE(publish_DebuggingStatus, debugging, sigDebuggingStatusChanged, bool)
+VELUTRA_PUBLISH_VALUE(publish_SystemState, systemState, sigSystemStateChanged, SystemState)
+VELUTRA_PUBLISH_VALUE(publish_FrequencyIndex, frequencyIndex, sigFrequencyIndexChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_FrequencyDivList, frequencyDivList, sigFrequencyDivListChanged,
+                      DivisionList)
+VELUTRA_PUBLISH_VALUE(publish_DivisionFactor, divisionFactor, sigDivisionFactorChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_AOMStatus, aom, sigAOMChanged, bool)
+VELUTRA_PUBLISH_VALUE(publish_OvenMode, ovenMode, sigOvenModeChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_Oven1TemperatureActual, ovenActual[0], sigOven1TempActualChanged,
+                      double)
+VELUTRA_PUBLISH_VALUE(publish_Oven2TemperatureActual, ovenActual[1], sigOven2TempActualChanged,
+                      double)
+VELUTRA_PUBLISH_VALUE(publish_HumidityActual, humidity, sigHumidityActualChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_PiezoPositionSetting, piezoPosition, sigPiezoPositionChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_DigitalGateSetting, digitalGate, sigDigitalGateChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_DynamicWavelengthEnabled, dynamicWavelengthEnabled,
+                      sigDynamicWavelengthFeatureChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_DynamicWavelengthSupport, dynamicWavelengthSupported,
+                      sigDynamicWavelengthFeatureSupported, bool)
+VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_IR, dynamicWavelengthEnergy[0], sigDynamicWLS_IRChanged,
+                      double)
+VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_Green, dynamicWavelengthEnergy[1],
+                      sigDynamicWLS_GreenChanged, double)
+VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_UV, dynamicWavelengthEnergy[2], sigDynamicWLS_UVChanged,
+                      double)
+VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_DUV, dynamicWavelengthEnergy[3], sigDynamicWLS_DUVChanged,
+                      double)
+VELUTRA_PUBLISH_VALUE(publish_SHGOutputPower, shgOutputPower, sigSHGOutputPowerChanged, double)
+VELUTRA_PUBLISH_VALUE(publish_THGOutputPower, thgOutputPower, sigTHGOutputPowerChanged, double)
+VELUTRA_PUBLISH_VALUE(publish_HGStatusFlags, statusFlags, sigHGStatusFlagsChanged, quint16)
+VELUTRA_PUBLISH_VALUE(publish_HGErrorcode, errorcode, sigHGErrorcodeChanged, uchar)
+VELUTRA_PUBLISH_VALUE(publish_HGOutputConfig, outputConfig, sigHGOutputConfigChanged, uchar)
+VELUTRA_PUBLISH_VALUE(publish_HGRuntime, moduleRuntime, sigsHGModuleRuntime, runtimeText)
+VELUTRA_PUBLISH_VALUE(publish_HGCrystalCurSpot, crystalSpot, sigHGCrystalCurSpotChanged, int)
+VELUTRA_PUBLISH_VALUE(publish_HGCrystalCurRuntime, crystalCurrentRuntime,
+                      sigHGCrystalCurRuntimeChanged, quint64)
+VELUTRA_PUBLISH_VALUE(publish_HGCrystalMaxRuntime, crystalMaxRuntime, sigHGCrystalMaxRuntimeChanged,
+                      quint64)
+VELUTRA_PUBLISH_VALUE(publish_HGCrystalAllRuntimes, crystalAllRuntimes,
+                      sigHGCrystalAllRuntimesChanged, CrystalRuntimes)
+
+#undef VELUTRA_PUBLISH_VALUE
+
+void VelutraResponseDecoder::publish_PowerSetpoint_nJ(bool force)
+{
+    Tracked<QString> &text = m_values->powerSetpoint_nJ;
+    bool ok = false;
+    const double nanojoules = text.latest.toDouble(&ok);
+    if (!ok || !mustPublish(text, force)) {
+        return;
+    }
+    markPublished(text);
+    emit sigPowerSetting_nJ_Changed(nanojoules);
+}
+
+void VelutraResponseDecoder::publish_PowerSetpoint_Percent(bool force)
+{
+    Tracked<QString> &text = m_values->powerSetpointPercent;
+    bool ok = false;
+    const double percent = text.latest.toDouble(&ok);
+    if (!ok || !mustPublish(text, force)) {
+        return;
+    }
+    markPublished(text);
+    emit sigPowerSetting_percent_Changed(percent);
+}
+
+void VelutraResponseDecoder::publish_PowerSetpoint_nJ_Range(bool force)
+{
+    Values &v = *m_values;
+    if (!mustPublish(v.calibration[0], force) && !mustPublish(v.calibration[1], force)) {
+        return;
+    }
+    markPublished(v.calibration[0]);
+    markPublished(v.calibration[1]);
+    // A frequency index without calibration entry gives 0.0; the controller decides.
+    const int frequencyIndex = v.frequencyIndex.latest;
+    emit sigPowerSetting_nJ_RangeChanged(v.calibration[0].published.value(frequencyIndex),
+                                         v.calibration[1].published.value(frequencyIndex));
+    v.powerPercentMaximum = 100.0;
+    emit sigPowerSettingPercentRangeChanged(0.0, v.powerPercentMaximum);
+}
+
+void VelutraResponseDecoder::publish_Oven1TemperatureSetpoint(bool force)
+{
+    Values &v = *m_values;
+    if (mustPublish(v.ovenSetpoint[0], force)) {
+        markPublished(v.ovenSetpoint[0]);
+        emit sigOven1TempSettingChanged(v.ovenSetpoint[0].latest);
+    }
+    if (mustPublish(v.ovenMinimum[0], force) || mustPublish(v.ovenMaximum[0], force)) {
+        markPublished(v.ovenMinimum[0]);
+        markPublished(v.ovenMaximum[0]);
+        emit sigOven1TempSettingRangeChanged(v.ovenMinimum[0].latest, v.ovenMaximum[0].latest);
+    }
+}
+
+void VelutraResponseDecoder::publish_Oven2TemperatureSetpoint(bool force)
+{
+    Values &v = *m_values;
+    if (mustPublish(v.ovenSetpoint[1], force)) {
+        markPublished(v.ovenSetpoint[1]);
+        emit sigOven2TempSettingChanged(v.ovenSetpoint[1].latest);
+    }
+    if (mustPublish(v.ovenMinimum[1], force) || mustPublish(v.ovenMaximum[1], force)) {
+        markPublished(v.ovenMinimum[1]);
+        markPublished(v.ovenMaximum[1]);
+        emit sigOven2TempSettingRangeChanged(v.ovenMinimum[1].latest, v.ovenMaximum[1].latest);
+    }
+}

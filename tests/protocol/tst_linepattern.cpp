@@ -1,0 +1,179 @@
+#include "velutralinepattern.h"
+#include "velutraresponsedecoder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QRegExp>
+#include <QtTest>
+
+namespace {
+
+QStringList readLines(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    QStringList lines;
+    while (!file.atEnd()) {
+        lines.append(QString::fromLatin1(file.readLine()));
+    }
+    return lines;
+}
+
+// Real replies, the fuzzer's seeds, and variations of them that sit on the patterns' edges.
+QStringList sampleLines()
+{
+    const QString data = QStringLiteral(PROTOCOL_TEST_DATA_DIR);
+    QStringList lines = readLines(data + QStringLiteral("/polling_cycle.txt"))
+                        + readLines(data + QStringLiteral("/other_replies.txt"));
+    const QDir seeds(QStringLiteral(PROTOCOL_FUZZ_CORPUS_DIR));
+    const QStringList seedFiles = seeds.entryList(QDir::Files);
+    for (const QString &name : seedFiles) {
+        QFile file(seeds.filePath(name));
+        if (file.open(QIODevice::ReadOnly)) {
+            lines.append(QString::fromLatin1(file.readAll()));
+        }
+    }
+
+    QRandomGenerator random(20260101);
+    static const QString s_interesting
+            = QStringLiteral(" \t\n\r=->%:;/()0123456789xCWmsok\x85\xa0");
+    const QStringList originals = lines;
+    for (const QString &line : originals) {
+        // Cut short, line feed doubled or moved, a character replaced, text inserted.
+        lines.append(line.left(line.size() / 2));
+        lines.append(line.left(line.size() - 1));
+        lines.append(line + line);
+        lines.append(QString(line).replace(QLatin1Char('\n'), QStringLiteral("\n\n")));
+        for (int k = 0; k < 4 && !line.isEmpty(); ++k) {
+            QString changed = line;
+            const int at = int(random.bounded(quint32(line.size())));
+            changed[at] = s_interesting.at(int(random.bounded(quint32(s_interesting.size()))));
+            lines.append(changed);
+            QString inserted = line;
+            inserted.insert(at, line.mid(int(random.bounded(quint32(line.size())))));
+            lines.append(inserted);
+        }
+    }
+    lines.append(QString());
+    lines.append(QStringLiteral("\n"));
+    return lines;
+}
+
+} // namespace
+
+class TestLinePattern : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void requiredLiteral_data();
+    void requiredLiteral();
+    void agreesWithQRegExpOnEveryDecoderPattern();
+    void firstCharactersBehaveAsQRegExp();
+};
+
+void TestLinePattern::requiredLiteral_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QString>("literal");
+    QTest::addColumn<bool>("atStart");
+    QTest::newRow("plain") << "^Listen.*=.*ok"
+                           << "Listen" << true;
+    QTest::newRow("anywhere") << "^.*disabled.*=.*ok"
+                              << "disabled" << false;
+    QTest::newRow("escaped") << "^Timing Board S\\/N: (.*)\n"
+                             << "Timing Board S/N: " << true;
+    QTest::newRow("escaped parenthesis") << "^Device switch on time \\(Standby"
+                                         << "Device switch on time (Standby" << true;
+    QTest::newRow("class stops") << "^ZEL [ST]HG\tCurrent"
+                                 << "ZEL " << true;
+    QTest::newRow("space class stops") << "^ZEL\\s+[S|T]HG"
+                                       << "ZEL" << true;
+    QTest::newRow("repeated char counts once") << "^ab+c"
+                                               << "ab" << true;
+    QTest::newRow("optional char dropped") << "^ab*c"
+                                           << "a" << true;
+    QTest::newRow("optional char dropped too") << "^ab?c"
+                                               << "a" << true;
+    QTest::newRow("counted char dropped") << "^ab{2}c"
+                                          << "a" << true;
+    QTest::newRow("leading class") << "^\\s+(IR|SHG)"
+                                   << "" << true;
+    QTest::newRow("alternation at top") << "^abc|def"
+                                        << "" << true;
+    QTest::newRow("not anchored") << "abc"
+                                  << "" << true;
+    QTest::newRow("digit escape") << "^\\d* \\d* .*"
+                                  << "" << true;
+}
+
+void TestLinePattern::requiredLiteral()
+{
+    QFETCH(QString, pattern);
+    QFETCH(QString, literal);
+    QFETCH(bool, atStart);
+    const VelutraLinePattern linePattern(pattern);
+    QCOMPARE(linePattern.requiredLiteral(), literal);
+    if (!literal.isEmpty()) {
+        QCOMPARE(linePattern.literalAtStart(), atStart);
+    }
+}
+
+// The decoder's result must be QRegExp's on every line: the same yes or no, the same
+// captures. QRegExp itself is the reference, used the way the device's patterns were written
+// for: indexIn() returning 0.
+void TestLinePattern::agreesWithQRegExpOnEveryDecoderPattern()
+{
+    const QStringList patterns = VelutraResponseDecoder::linePatterns();
+    QVERIFY(patterns.size() > 25);
+    const QStringList lines = sampleLines();
+    QVERIFY(lines.size() > 1000);
+
+    int matches = 0;
+    for (const QString &pattern : patterns) {
+        VelutraLinePattern linePattern(pattern);
+        QRegExp reference(pattern, Qt::CaseSensitive, QRegExp::RegExp);
+        QVERIFY2(reference.isValid(), qPrintable(pattern));
+        for (const QString &line : lines) {
+            const bool expected = reference.indexIn(line) == 0;
+            const bool actual = linePattern.matchesAtStart(line);
+            if (actual != expected) {
+                QFAIL(qPrintable(QStringLiteral("pattern %1 on line %2: %3 instead of %4")
+                                         .arg(pattern, line)
+                                         .arg(actual)
+                                         .arg(expected)));
+            }
+            if (expected) {
+                ++matches;
+                for (int i = 0; i <= reference.captureCount(); ++i) {
+                    QCOMPARE(linePattern.cap(i), reference.cap(i));
+                }
+            }
+        }
+    }
+    // The samples do reach the patterns, not only miss them.
+    QVERIFY(matches > 500);
+}
+
+// Characters the Latin-1 range treats as blanks or digits in the patterns' own sense.
+void TestLinePattern::firstCharactersBehaveAsQRegExp()
+{
+    const QStringList patterns
+            = {QStringLiteral("^\\s+(IR|SHG|THG|FHG)\\s+Wavelength\\s+Index:"),
+               QStringLiteral("^\\d* \\d* .*"), QStringLiteral("^ZEL\\s*HG\\s+WL")};
+    for (const QString &pattern : patterns) {
+        VelutraLinePattern linePattern(pattern);
+        QRegExp reference(pattern);
+        for (int c = 0; c < 256; ++c) {
+            const QString line = QString(QChar(c)) + QStringLiteral("IR Wavelength Index: 1 2 3");
+            QCOMPARE(linePattern.matchesAtStart(line), reference.indexIn(line) == 0);
+        }
+    }
+}
+
+QTEST_GUILESS_MAIN(TestLinePattern)
+
+#include "tst_linepattern.moc"
