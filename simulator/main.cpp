@@ -6,6 +6,7 @@
 #include "velutrasimulator.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -84,7 +85,21 @@ int main(int argc, char *argv[])
         QObject::connect(&simulator, &VelutraSimulator::sigQuitRequested, &app,
                          &QCoreApplication::quit, Qt::QueuedConnection);
 
+        // The control channels are ready before the port name is printed, so whoever
+        // reads the first line can use them at once.
         QString error;
+        VelutraSimControl control(&simulator);
+        control.listenOnStandardInput();
+        if (options.controlSocket) {
+            const QString socket = VelutraSimAdvert::runtimeFolder()
+                                   + QStringLiteral("/velutra-sim-%1.sock").arg(::getpid());
+            QDir().mkpath(VelutraSimAdvert::runtimeFolder());
+            if (control.listenOnSocket(socket, &error)) {
+                printLine(stderr, QStringLiteral("velutra-sim: control socket %1").arg(socket));
+            } else {
+                printLine(stderr, QStringLiteral("velutra-sim: no control socket: %1").arg(error));
+            }
+        }
         if (!simulator.plugIn(&error)) {
             printLine(stderr, QStringLiteral("velutra-sim: %1").arg(error));
             return 1;
@@ -92,18 +107,6 @@ int main(int argc, char *argv[])
         printLine(stderr, QStringLiteral("velutra-sim: %1 on %2, advertised in %3")
                                   .arg(simulator.description(), simulator.port()->slavePath(),
                                        simulator.advertisementPath()));
-
-        VelutraSimControl control(&simulator);
-        control.listenOnStandardInput();
-        if (options.controlSocket) {
-            const QString socket = VelutraSimAdvert::runtimeFolder()
-                                   + QStringLiteral("/velutra-sim-%1.sock").arg(::getpid());
-            if (control.listenOnSocket(socket, &error)) {
-                printLine(stderr, QStringLiteral("velutra-sim: control socket %1").arg(socket));
-            } else {
-                printLine(stderr, QStringLiteral("velutra-sim: no control socket: %1").arg(error));
-            }
-        }
         status = app.exec();
     }
     ::close(s_signalPipe[0]);

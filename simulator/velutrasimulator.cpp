@@ -91,14 +91,15 @@ bool VelutraSimulator::plugIn(QString *error)
     if (m_port.isOpen()) {
         return true;
     }
+    if (!m_options.tracePath.isEmpty()) {
+        if (!m_port.setTraceFile(m_options.tracePath, error)) {
+            return false;
+        }
+        m_options.tracePath.clear(); // one trace for the whole run, re-plugs included
+    }
     if (!m_port.open(error)) {
         return false;
     }
-    if (!m_options.tracePath.isEmpty() && !m_port.setTraceFile(m_options.tracePath, error)) {
-        m_port.close();
-        return false;
-    }
-    m_options.tracePath.clear(); // one trace for the whole run, re-plugs included
     if (!m_advert.publish(m_port.portName(), description(), error)) {
         m_port.close();
         return false;

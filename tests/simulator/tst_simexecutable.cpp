@@ -1,0 +1,368 @@
+// The real velutra-sim executable: its first line, its advertisement, its control
+// channels, its trace, its default pacing and its clean exit on a signal.
+
+#include "simtestclient.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+class TestSimExecutable : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void helpAndBadOptions();
+    void printsAdvertisesAndCleansUpOnSigterm();
+    void controlSocketUnplugReplugQuit();
+    void standardInputControlAndSigint();
+    void traceRecordsEveryByte();
+    void pacedByDefault();
+};
+
+namespace {
+
+const QString s_executable = QStringLiteral(VELUTRA_SIM_EXECUTABLE);
+
+QString runtimeFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)
+           + QStringLiteral("/velutra-xp");
+}
+
+QString advertFor(qint64 pid)
+{
+    return runtimeFolder() + QStringLiteral("/ports/velutra-sim-%1.port").arg(pid);
+}
+
+QString socketFor(qint64 pid)
+{
+    return runtimeFolder() + QStringLiteral("/velutra-sim-%1.sock").arg(pid);
+}
+
+// Starts the simulator and reads the port name from its first line.
+bool start(QProcess &process, const QStringList &arguments, QString *port)
+{
+    process.start(s_executable, arguments);
+    if (!process.waitForStarted(5000)) {
+        return false;
+    }
+    QElapsedTimer timer;
+    timer.start();
+    while (!process.canReadLine() && timer.elapsed() < 10000) {
+        process.waitForReadyRead(100);
+    }
+    if (!process.canReadLine()) {
+        return false;
+    }
+    *port = QString::fromLocal8Bit(process.readLine()).trimmed();
+    return true;
+}
+
+// One control command through the Unix-domain socket; returns the answer line.
+QByteArray control(const QString &socketPath, const QByteArray &command)
+{
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray path = QFile::encodeName(socketPath);
+    std::memcpy(address.sun_path, path.constData(),
+                size_t(qMin<int>(path.size(), sizeof address.sun_path - 1)));
+    if (::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
+        ::close(fd);
+        return QByteArray("connect failed");
+    }
+    const QByteArray line = command + '\n';
+    if (::write(fd, line.constData(), size_t(line.size())) != line.size()) {
+        ::close(fd);
+        return QByteArray("write failed");
+    }
+    QByteArray answer;
+    QElapsedTimer timer;
+    timer.start();
+    while (!answer.endsWith('\n') && timer.elapsed() < 5000) {
+        pollfd poller{fd, POLLIN, 0};
+        if (::poll(&poller, 1, 100) > 0) {
+            char buffer[512];
+            const ssize_t count = ::read(fd, buffer, sizeof buffer);
+            if (count <= 0) {
+                break;
+            }
+            answer += QByteArray(buffer, int(count));
+        }
+    }
+    ::close(fd);
+    return answer.trimmed();
+}
+
+// Never leaves a simulator behind, whatever a failed check skipped.
+struct ProcessGuard
+{
+    QProcess &process;
+    ~ProcessGuard()
+    {
+        if (process.state() != QProcess::NotRunning) {
+            process.terminate();
+            if (!process.waitForFinished(3000)) {
+                process.kill();
+                process.waitForFinished(3000);
+            }
+        }
+    }
+};
+
+QByteArray readAdvert(qint64 pid)
+{
+    QFile file(advertFor(pid));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return QByteArray();
+    }
+    return file.readAll();
+}
+
+} // namespace
+
+void TestSimExecutable::helpAndBadOptions()
+{
+    QProcess help;
+    help.start(s_executable, {QStringLiteral("--help")});
+    QVERIFY(help.waitForFinished(10000));
+    QCOMPARE(help.exitCode(), 0);
+    const QByteArray text = help.readAllStandardOutput();
+    for (const char *option :
+         {"--model", "--application", "--module", "--link", "--no-pacing", "--trace", "--speed",
+          "--silent", "--no-echo", "--crlf", "--fragment", "--garbage", "--unknown-lines",
+          "--flood", "--hg-error", "--hg-flags", "--shutter-warning"}) {
+        QVERIFY2(text.contains(option), option);
+    }
+
+    const QList<QStringList> bad = {{QStringLiteral("--module"), QStringLiteral("0x42")},
+                                    {QStringLiteral("--model"), QStringLiteral("Velutra-7")},
+                                    {QStringLiteral("--speed"), QStringLiteral("0")},
+                                    {QStringLiteral("--fragment"), QStringLiteral("5")},
+                                    {QStringLiteral("--no-such-option")},
+                                    {QStringLiteral("surplus")}};
+    for (const QStringList &arguments : bad) {
+        QProcess process;
+        ProcessGuard guard{process};
+        process.start(s_executable, arguments);
+        QVERIFY(process.waitForFinished(10000));
+        QCOMPARE(process.exitCode(), 2);
+        QVERIFY(process.readAllStandardOutput().isEmpty());
+        QVERIFY(process.readAllStandardError().startsWith("velutra-sim: "));
+    }
+}
+
+void TestSimExecutable::printsAdvertisesAndCleansUpOnSigterm()
+{
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    const QString link = folder.filePath(QStringLiteral("laser"));
+    QProcess process;
+    ProcessGuard guard{process};
+    QString port;
+    QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
+    const qint64 pid = process.processId();
+    QCOMPARE(port, link);
+    QFileInfo info(link);
+    QVERIFY(info.isSymLink());
+    QVERIFY(info.symLinkTarget().startsWith(QLatin1String("/dev/pts/")));
+
+    const QByteArray advert = readAdvert(pid);
+    QCOMPARE(advert, QStringLiteral("path=%1\ndescription=Virtual laser Velutra-10, harmonic "
+                                    "module 0x93 (velutra-sim %2)\npid=%2\n")
+                             .arg(link)
+                             .arg(pid)
+                             .toUtf8());
+    QVERIFY(QFileInfo::exists(socketFor(pid)));
+    // Nothing but the advertisement itself stays in the ports folder (the write is atomic).
+    const QStringList entries
+            = QDir(runtimeFolder() + QStringLiteral("/ports")).entryList(QDir::Files);
+    QVERIFY(entries.contains(QStringLiteral("velutra-sim-%1.port").arg(pid)));
+    for (const QString &entry : entries) {
+        QVERIFY2(entry.endsWith(QLatin1String(".port")), qPrintable(entry));
+    }
+
+    {
+        SimTestClient client;
+        QVERIFY(client.open(link));
+        const QList<QByteArray> lines = SimTestClient::lines(client.exchange("ly_system_info\n"));
+        QCOMPARE(lines.size(), 10);
+        QCOMPARE(lines.at(0), QByteArray("ly_system_info"));
+        QVERIFY(lines.at(1).startsWith("Velutra-10 Hardware:"));
+        QCOMPARE(client.exchange("ly_vtx2_dev_status?\n"),
+                 QByteArray("ly_vtx2_dev_status?\nly_vtx2_dev_status 9\n"));
+    }
+
+    process.terminate(); // SIGTERM
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY(!QFileInfo::exists(advertFor(pid)));
+    QVERIFY(!QFileInfo::exists(socketFor(pid)));
+    QVERIFY(!QFileInfo(link).isSymLink());
+    QVERIFY(process.readAllStandardOutput().isEmpty()); // nothing after the port name
+}
+
+void TestSimExecutable::controlSocketUnplugReplugQuit()
+{
+    QProcess process;
+    ProcessGuard guard{process};
+    QString port;
+    QVERIFY(start(process,
+                  {QStringLiteral("--no-pacing"), QStringLiteral("--module"),
+                   QStringLiteral("0x86"), QStringLiteral("--model"), QStringLiteral("Velutra-3")},
+                  &port));
+    const qint64 pid = process.processId();
+    QVERIFY(port.startsWith(QLatin1String("/dev/pts/")));
+    QVERIFY(readAdvert(pid).contains(
+            "description=Virtual laser Velutra-3, harmonic module 0x86 (velutra-sim "));
+    const QString socket = socketFor(pid);
+    QVERIFY(QFileInfo::exists(socket));
+    QVERIFY(control(socket, "status")
+                    .startsWith("state=listen status=9 module=0x86 plugged=yes port="
+                                + port.toLatin1()));
+
+    QCOMPARE(control(socket, "unplug"), QByteArray("ok"));
+    QVERIFY(!QFileInfo::exists(advertFor(pid)));
+    QVERIFY(control(socket, "status").contains("plugged=no"));
+
+    const QByteArray answer = control(socket, "replug");
+    QVERIFY2(answer.startsWith("ok /dev/pts/"), answer.constData());
+    const QString newPort = QString::fromLatin1(answer.mid(3));
+    QTRY_VERIFY_WITH_TIMEOUT(process.canReadLine(), 5000);
+    QCOMPARE(QString::fromLocal8Bit(process.readLine()).trimmed(),
+             newPort); // a new first-line for the new port
+    QVERIFY(readAdvert(pid).startsWith("path=" + newPort.toLatin1() + '\n'));
+    {
+        SimTestClient client;
+        QVERIFY(client.open(newPort));
+        QCOMPARE(client.exchange("ls_output_config?\n"),
+                 QByteArray("ls_output_config?\nZEL HG WL output config: 0x03\n"));
+    }
+
+    QCOMPARE(control(socket, "quit"), QByteArray("ok"));
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY(!QFileInfo::exists(advertFor(pid)));
+    QVERIFY(!QFileInfo::exists(socket));
+    QVERIFY(process.readAllStandardError().contains("velutra-sim: unplugged"));
+}
+
+void TestSimExecutable::standardInputControlAndSigint()
+{
+    QProcess process;
+    ProcessGuard guard{process};
+    QString port;
+    QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--no-control-socket")},
+                  &port));
+    const qint64 pid = process.processId();
+    QVERIFY(!QFileInfo::exists(socketFor(pid)));
+    process.write("hg-error 12\nhg-flags 18\nbogus\n");
+    QByteArray errors;
+    QTRY_VERIFY_WITH_TIMEOUT(
+            (errors += process.readAllStandardError()).contains("error: unknown command bogus"),
+            5000);
+    QVERIFY(errors.contains("ok\nok\nerror: unknown command bogus"));
+    {
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        QCOMPARE(client.exchange("ls_errorcode?\n"),
+                 QByteArray("ls_errorcode?\nZEL HG\tErrorcode=12\n"));
+        QCOMPARE(client.exchange("ls_status?\n"),
+                 QByteArray("ls_status?\nZEL HG\tStatus flags=0018\n"));
+    }
+    process.closeWriteChannel(); // end of input leaves the simulator running
+    QTest::qWait(200);
+    QCOMPARE(process.state(), QProcess::Running);
+    QVERIFY(QFileInfo::exists(advertFor(pid)));
+
+    ::kill(pid_t(pid), SIGINT);
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY(!QFileInfo::exists(advertFor(pid)));
+}
+
+void TestSimExecutable::traceRecordsEveryByte()
+{
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    const QString trace = folder.filePath(QStringLiteral("trace.txt"));
+    QProcess process;
+    ProcessGuard guard{process};
+    QString port;
+    QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--trace"), trace},
+                  &port));
+    {
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        QCOMPARE(client.exchange("e_freq?\n"),
+                 QByteArray("e_freq?\nFrequency index parameter: 4\n"));
+        client.send(QByteArray("\x01\xff", 2) + "\n");
+        client.pump(200);
+    }
+    process.terminate();
+    QVERIFY(process.waitForFinished(10000));
+
+    QFile file(trace);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    const QRegularExpression in(QStringLiteral("^ *\\d+\\.\\d{6} IN  \"e_freq\\?\\\\n\"$"),
+                                QRegularExpression::MultilineOption);
+    const QRegularExpression out(
+            QStringLiteral(
+                    "^ *\\d+\\.\\d{6} OUT \"e_freq\\?\\\\nFrequency index parameter: 4\\\\n\"$"),
+            QRegularExpression::MultilineOption);
+    QVERIFY2(in.match(QString::fromLatin1(text)).hasMatch(), text.constData());
+    QVERIFY2(out.match(QString::fromLatin1(text)).hasMatch(), text.constData());
+    QVERIFY2(text.contains("IN  \"\\x01\\xff\\n\""), text.constData());
+    QVERIFY(text.contains("plugged in as /dev/pts/"));
+}
+
+void TestSimExecutable::pacedByDefault()
+{
+    QProcess process;
+    ProcessGuard guard{process};
+    QString port;
+    QVERIFY(start(process, {}, &port));
+    const qint64 pid = process.processId();
+    {
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        client.clear();
+        const qint64 sent = client.nowNs();
+        const QByteArray reply = client.exchange("ly_vtx2_power?\n", 100);
+        QVERIFY(reply.size() > 300);
+        const double seconds = double(client.chunks().last().atNs - sent) * 1e-9;
+        QVERIFY2(seconds >= double(reply.size() - 1) / 3840.0 * 0.95,
+                 qPrintable(QString::number(seconds)));
+
+        client.clear();
+        QCOMPARE(control(socketFor(pid), "flood 3840"), QByteArray("ok"));
+        QVERIFY(client.waitFor([&]() { return client.received().size() >= 3840; }, 5000));
+        const qint64 spread = client.chunks().last().atNs - client.chunks().first().atNs;
+        const double rate
+                = double(3840 - client.chunks().first().bytes.size()) / (double(spread) * 1e-9);
+        qInfo("velutra-sim paced flood: %.1f bytes/s", rate);
+        QVERIFY2(rate > 3840.0 * 0.95 && rate < 3840.0 * 1.05, qPrintable(QString::number(rate)));
+    }
+    process.terminate();
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitCode(), 0);
+}
+
+QTEST_GUILESS_MAIN(TestSimExecutable)
+#include "tst_simexecutable.moc"
