@@ -1,0 +1,45 @@
+#include "applicationidentity.h"
+#include "commandline.h"
+#include "logfiles.h"
+#include "mainwindow.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTimer>
+
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    if (!CommandLine::needsWindow(argc, argv)) {
+        QCoreApplication application(argc, argv);
+        ApplicationIdentity::apply(&application);
+        return CommandLine::runWithoutWindow(application);
+    }
+    if (!CommandLine::displayAvailable(argc, argv)) {
+        // Qt would abort here; say why instead.
+        std::fprintf(stderr, "velutra-xp: no display. Set DISPLAY, run it under xvfb-run, or pass "
+                             "-platform offscreen.\n");
+        return 2;
+    }
+
+    auto *application = new QApplication(argc, argv);
+    ApplicationIdentity::apply(application);
+
+    QCommandLineParser parser;
+    CommandLine::configure(parser);
+    parser.process(*application);
+
+    LogFiles::startLogging();
+
+    auto *window = new MainWindow;
+    window->show();
+    const QString port = parser.value(QString::fromLatin1(CommandLine::ConnectOption));
+    if (!port.isEmpty()) {
+        QTimer::singleShot(0, window, [window, port] { window->connectToPort(port); });
+    }
+    const int result = application->exec();
+    delete window;
+    delete application;
+    return result;
+}

@@ -1,0 +1,320 @@
+#include "mainwindow.h"
+
+#include "_applog.h"
+#include "aboutdialog.h"
+#include "applicationidentity.h"
+#include "applicationlog.h"
+#include "centertabwidget.h"
+#include "maincontrolpanel.h"
+#include "optionsdialog.h"
+#include "panelkit.h"
+#include "serialmonitor.h"
+#include "serialportlist.h"
+#include "velutraresources.h"
+#include "velutraserialhandler.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDate>
+#include <QDesktopServices>
+#include <QDir>
+#include <QDockWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSettings>
+#include <QSignalMapper>
+#include <QStatusBar>
+#include <QThread>
+#include <QUrl>
+
+namespace {
+
+constexpr int ThreadStopTimeoutMs = 2000;
+constexpr char GeometryKey[] = "MainWindow/Geometry";
+constexpr char WindowStateKey[] = "MainWindow/WindowState";
+
+QSettings windowSettings()
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope,
+                     QString::fromLatin1(ApplicationIdentity::OrganizationName),
+                     QString::fromLatin1(ApplicationIdentity::ApplicationName));
+}
+
+QString today()
+{
+    return QDate::currentDate().toString(QStringLiteral("dd/MM/yyyy"));
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent)
+    : ZELMMainWindow(parent)
+{
+    initVelutraResources();
+    setObjectName(QStringLiteral("MainWindow"));
+    setWindowIcon(QIcon(QStringLiteral(":/Application/velutra-xp.png")));
+
+    _AppLog::LoadLog();
+    _AppLog::WriteLogLine(tr("***** Application startup %1 *****").arg(today()));
+
+    setWindowTitle(QCoreApplication::applicationName() + QStringLiteral(" - Version ")
+                   + QCoreApplication::applicationVersion() + QStringLiteral(" - Date ")
+                   + qApp->property("BUILDDATE").toString());
+
+    PanelKit::loadApplicationFonts();
+    qApp->setStyleSheet(PanelKit::getApplicationStylesheet());
+
+    m_signalMapper = new QSignalMapper(this);
+    connect(m_signalMapper, &QSignalMapper::mappedString, this, &MainWindow::connectMenuHandler);
+
+    // The handler lives in its own thread; every connection below is queued across it.
+    m_serialHandler = new VelutraSerialHandler();
+    m_serialThread = new QThread(this);
+    m_serialHandler->moveToThread(m_serialThread);
+    connect(m_serialThread, SIGNAL(started()), m_serialHandler, SLOT(slotMainLoop()));
+    connect(m_serialThread, &QThread::finished, m_serialHandler, &QObject::deleteLater);
+    connect(m_serialThread, &QThread::finished, m_serialThread, &QObject::deleteLater);
+    connect(this, SIGNAL(sigOpenCommunication(QString)), m_serialHandler,
+            SLOT(slotOpenCommunication(QString)));
+    connect(this, SIGNAL(sigCloseCommunication()), m_serialHandler, SLOT(slotCloseCommunication()));
+    connect(m_serialHandler, SIGNAL(sigStatusMessage(QString)), this,
+            SLOT(slotWriteLogLine(QString)));
+    connect(m_serialHandler, SIGNAL(sigCommunicationOpened(QString)), this,
+            SLOT(onPortsOpened(QString)));
+    connect(m_serialHandler, SIGNAL(sigCommunicationClosed(QString)), this,
+            SLOT(onPortsClosed(QString)));
+    m_serialThread->start(QThread::InheritPriority);
+
+    setCentralWidget(new CenterTabWidget(this));
+
+    auto *applicationLog = new ApplicationLog(this);
+    createGenericDockWidget(applicationLog, tr("Application Log"), Qt::RightDockWidgetArea, false);
+    m_serialMonitor = new SerialMonitor(this);
+    createGenericDockWidget(m_serialMonitor, tr("Serial Monitor"), Qt::BottomDockWidgetArea, false);
+    connect(m_serialHandler, SIGNAL(sigBytesReceived(QString, QByteArray)), m_serialMonitor,
+            SLOT(slotBytesReceived(QString, QByteArray)));
+    connect(m_serialHandler, SIGNAL(sigBytesTransmitted(QString, QByteArray)), m_serialMonitor,
+            SLOT(slotBytesTransmitted(QString, QByteArray)));
+
+    createActions();
+    createMenus();
+    statusBar();
+
+    restoreMainWindowState();
+}
+
+MainWindow::~MainWindow()
+{
+    if (m_serialThread) {
+        m_serialThread->quit();
+        if (!m_serialThread->wait(ThreadStopTimeoutMs)) {
+            qWarning("The serial thread did not stop within %d ms", ThreadStopTimeoutMs);
+        }
+    }
+    _AppLog::WriteLogLine(tr("***** Application shutdown %1  *****").arg(today()));
+    _AppLog::SaveLog();
+}
+
+QString MainWindow::openPortName() const
+{
+    return m_portName;
+}
+
+void MainWindow::connectToPort(const QString &name)
+{
+    if (name.isEmpty()) {
+        return;
+    }
+    if (!m_portName.isEmpty()) {
+        slotWriteLogLine(
+                tr("Port %1 is already open; close it before opening %2.").arg(m_portName, name));
+        return;
+    }
+    connectMenuHandler(name);
+}
+
+void MainWindow::createActions()
+{
+    m_exitAction = new QAction(tr("&Exit"), this);
+    m_exitAction->setObjectName(QStringLiteral("exitAction"));
+    m_exitAction->setShortcut(QKeySequence(tr("Ctrl+Q")));
+    m_exitAction->setStatusTip(tr("Exit this program"));
+    connect(m_exitAction, &QAction::triggered, this, &MainWindow::closeApplication);
+
+    m_aboutAction = new QAction(tr("About ") + QCoreApplication::applicationName(), this);
+    m_aboutAction->setObjectName(QStringLiteral("aboutAction"));
+    m_aboutAction->setStatusTip(tr("About this program"));
+    connect(m_aboutAction, &QAction::triggered, this, &MainWindow::showAboutDialog);
+
+    m_helpManualAction = new QAction(tr("Show Instruction Manual"), this);
+    m_helpManualAction->setObjectName(QStringLiteral("helpManualAction"));
+    m_helpManualAction->setStatusTip(tr("Show the Zelmar VELUTRA-XP - Instruction Manual"));
+    connect(m_helpManualAction, &QAction::triggered, this, [this](bool) { showHelpManual(); });
+}
+
+void MainWindow::createMenus()
+{
+    QMenu *fileMenu = menuBar()->addMenu(tr("&File"));
+    fileMenu->setObjectName(QStringLiteral("fileMenu"));
+    fileMenu->addAction(m_exitAction);
+
+    m_connectMenu = new QMenu(tr("&Connect"), this);
+    m_connectMenu->setObjectName(QStringLiteral("connectMenu"));
+    menuBar()->addMenu(m_connectMenu);
+    connect(m_connectMenu, &QMenu::aboutToShow, this, &MainWindow::updateConnectMenu);
+
+    m_windowMenu = menuBar()->addMenu(tr("&Window"));
+    m_windowMenu->setObjectName(QStringLiteral("windowMenu"));
+    connect(m_windowMenu, &QMenu::aboutToShow, this, &MainWindow::updateWindowMenu);
+
+    QMenu *helpMenu = menuBar()->addMenu(tr("&Help"));
+    helpMenu->setObjectName(QStringLiteral("helpMenu"));
+    helpMenu->addAction(m_aboutAction);
+    helpMenu->addAction(m_helpManualAction);
+
+    // Not on the menu bar: kept for the tool bar that a later version may offer.
+    m_toolMenu = new QMenu(tr("&Tools"), this);
+    m_toolMenu->setObjectName(QStringLiteral("toolMenu"));
+}
+
+void MainWindow::slotWriteLogLine(QString line)
+{
+    // Status records reaching the log mean the device answered out of turn; the marker lets
+    // a debugger stop right there.
+    static const QString s_records[] = {QStringLiteral("s6"), QStringLiteral("s7"),
+                                        QStringLiteral("s8"), QStringLiteral("s9")};
+    for (const QString &record : s_records) {
+        if (line.contains(record)) {
+            qDebug("STOP");
+            break;
+        }
+    }
+    _AppLog::WriteLogLine(line);
+}
+
+void MainWindow::saveMainWindowState()
+{
+    QSettings settings = windowSettings();
+    settings.setValue(QString::fromLatin1(GeometryKey), saveGeometry());
+    settings.setValue(QString::fromLatin1(WindowStateKey), saveState());
+}
+
+void MainWindow::restoreMainWindowState()
+{
+    const QSettings settings = windowSettings();
+    const QByteArray geometry = settings.value(QString::fromLatin1(GeometryKey)).toByteArray();
+    if (geometry.isEmpty() || !restoreGeometry(geometry)) {
+        resize(1280, 760);
+    }
+    restoreState(settings.value(QString::fromLatin1(WindowStateKey)).toByteArray());
+}
+
+void MainWindow::closeApplication()
+{
+    close();
+}
+
+void MainWindow::updateConnectMenu()
+{
+    const QList<QAction *> previous = m_connectMenu->actions();
+    for (QAction *action : previous) {
+        m_signalMapper->removeMappings(action);
+    }
+    m_connectMenu->clear();
+    if (m_portName.isEmpty()) {
+        m_connectMenu->setTitle(tr("&Connect"));
+        const QStringList names = SerialportList::GetPipeNames();
+        for (const QString &name : names) {
+            QAction *action = m_connectMenu->addAction(tr("Open ") + name);
+            action->setToolTip(SerialportList::GetExtendedPipeName(name));
+            action->setStatusTip(action->toolTip());
+            connect(action, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
+            m_signalMapper->setMapping(action, name);
+        }
+        m_connectMenu->setToolTipsVisible(true);
+    } else {
+        m_connectMenu->setTitle(tr("&Disconnect"));
+        QAction *action = m_connectMenu->addAction(tr("Close ") + m_portName);
+        connect(action, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
+        m_signalMapper->setMapping(action, m_portName);
+    }
+}
+
+void MainWindow::updateToolMenu()
+{
+    m_toolMenu->clear();
+    m_toolMenu->addActions(actions());
+    m_toolMenu->addSeparator();
+}
+
+void MainWindow::updateWindowMenu()
+{
+    m_windowMenu->clear();
+    const QList<QDockWidget *> docks = accessoryDocks();
+    for (QDockWidget *dock : docks) {
+        m_windowMenu->addAction(dock->toggleViewAction());
+    }
+}
+
+void MainWindow::connectMenuHandler(QString name)
+{
+    if (m_portName.isEmpty()) {
+        emit sigOpenCommunication(name);
+    } else {
+        emit sigCloseCommunication();
+    }
+}
+
+void MainWindow::onPortsOpened(QString name)
+{
+    m_portName = name;
+    updateConnectMenu();
+    m_controlPanel = new MainControlPanel(this);
+    createSystemWidget(m_controlPanel, tr("Control Panel"));
+}
+
+void MainWindow::onPortsClosed(QString)
+{
+    m_portName.clear();
+    updateConnectMenu();
+    removeAllSystemWidgets();
+}
+
+void MainWindow::showConnectConfigDialog() { }
+
+void MainWindow::showOptionsDialog()
+{
+    auto *dialog = new OptionsDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+}
+
+void MainWindow::showExtensionsDialog() { }
+
+void MainWindow::showAboutDialog()
+{
+    AboutDialog dialog(this);
+    dialog.exec();
+}
+
+void MainWindow::showHelpManual()
+{
+    const QDir folder(QCoreApplication::applicationDirPath() + QStringLiteral("/Manual"));
+    const QStringList matches = folder.entryList({tr("Zelmar VELUTRA-XP - Instruction Manual*.*")},
+                                                 QDir::Files, QDir::Name);
+    if (matches.isEmpty()) {
+        const QString message
+                = tr("No instruction manual was found in %1.").arg(folder.absolutePath());
+        slotWriteLogLine(message);
+        statusBar()->showMessage(message, 10000);
+        return;
+    }
+    QDesktopServices::openUrl(QUrl::fromLocalFile(folder.absoluteFilePath(matches.first())));
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    saveMainWindowState();
+    removeAllAccessoryDocks();
+    ZELMMainWindow::closeEvent(event);
+}

@@ -1,0 +1,7 @@
+#include "optionwidgetinterface.h"
+
+OptionWidgetInterface::OptionWidgetInterface(QObject *parent)
+    : QObject(parent)
+{ }
+
+OptionWidgetInterface::~OptionWidgetInterface() = default;

@@ -1,0 +1,127 @@
+#include "aboutdialog.h"
+#include "applicationidentity.h"
+#include "layoutdebug.h"
+#include "optionsdialog.h"
+#include "quickconnect.h"
+#include "testoption.h"
+#include "ttmenu.h"
+
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTextBrowser>
+#include <QTreeWidget>
+#include <QtTest>
+
+namespace {
+
+QStringList s_debugMessages;
+
+void captureDebug(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type == QtDebugMsg) {
+        s_debugMessages << message;
+    }
+}
+
+QLabel *labelNamed(QWidget &parent, const char *name)
+{
+    return parent.findChild<QLabel *>(QString::fromLatin1(name));
+}
+
+} // namespace
+
+class TestDialogs : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { ApplicationIdentity::apply(QCoreApplication::instance()); }
+
+    void aboutDialogShowsVersionBuildCopyrightAndLicence()
+    {
+        AboutDialog dialog;
+        QCOMPARE(dialog.windowTitle(), QStringLiteral("About VELUTRA-XP"));
+        QVERIFY(dialog.windowFlags().testFlag(Qt::Tool));
+        QVERIFY(dialog.windowFlags().testFlag(Qt::MSWindowsFixedSizeDialogHint));
+        const QString date = qApp->property("BUILDDATE").toString();
+        const QString time = qApp->property("BUILDTIME").toString();
+        QCOMPARE(labelNamed(dialog, "labelVersion")->text(),
+                 QStringLiteral("Corvane VELUTRA XP laser control software - Version 1.0.25.680"));
+        QCOMPARE(labelNamed(dialog, "labelBuild")->text(),
+                 QStringLiteral("Build - %1 at %2").arg(date, time));
+        QCOMPARE(labelNamed(dialog, "labelCopyright")->text(),
+                 QStringLiteral("Copyright %1 - Zelmar. All rights reserved.").arg(date.left(4)));
+
+        const QString licence = dialog.findChild<QTextBrowser *>()->toPlainText();
+        QVERIFY(!licence.contains(QStringLiteral("[COMPANYNAMESTR]")));
+        QVERIFY(!licence.contains(QStringLiteral("[PRODUCTNAME]")));
+        QVERIFY(licence.contains(QStringLiteral("Zelmar")));
+        QVERIFY(licence.contains(QStringLiteral("Corvane VELUTRA XP laser control software")));
+
+        QLabel *link = labelNamed(dialog, "labelLink");
+        QVERIFY(link->text().startsWith(QStringLiteral("<p>For updates visit <a href=")));
+        QVERIFY(link->text().contains(QStringLiteral("color:#0000ff")));
+        QVERIFY(link->openExternalLinks());
+        QVERIFY(link->textInteractionFlags().testFlag(Qt::LinksAccessibleByKeyboard));
+        QVERIFY(link->textInteractionFlags().testFlag(Qt::LinksAccessibleByMouse));
+        QVERIFY(link->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
+    }
+
+    void aboutDialogOkAccepts()
+    {
+        AboutDialog dialog;
+        dialog.show();
+        auto *box = dialog.findChild<QDialogButtonBox *>();
+        box->button(QDialogButtonBox::Ok)->click();
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QVERIFY(!dialog.isVisible());
+    }
+
+    void optionsDialogListsItsRootAndTracesClicks()
+    {
+        OptionsDialog dialog;
+        QCOMPARE(dialog.pageTree()->topLevelItemCount(), 1);
+        QCOMPARE(dialog.pageTree()->topLevelItem(0)->text(0), QStringLiteral("klyt"));
+        QCOMPARE(dialog.buttonBox()->orientation(), Qt::Horizontal);
+        QVERIFY(dialog.pageStack());
+        s_debugMessages.clear();
+        QtMessageHandler previous = qInstallMessageHandler(captureDebug);
+        QPushButton *ok = dialog.buttonBox()->button(QDialogButtonBox::Ok);
+        ok->click();
+        qInstallMessageHandler(previous);
+        QCOMPARE(s_debugMessages.size(), 1);
+        QVERIFY(s_debugMessages.first().startsWith(QStringLiteral("Clicked on")));
+        QVERIFY(s_debugMessages.first().contains(ok->text()));
+        // A click does nothing else: the dialog is not closed by it.
+        QCOMPARE(dialog.result(), 0);
+    }
+
+    void testOptionPage()
+    {
+        TestOption option;
+        QWidget parent;
+        auto *label = qobject_cast<QLabel *>(option.optionWidget(&parent));
+        QVERIFY(label);
+        QCOMPARE(label->text(), QStringLiteral("Hello world - Option Widget"));
+        QCOMPARE(label->parentWidget(), &parent);
+        QVERIFY(!option.optionIcon().isNull());
+    }
+
+    void formOnlyClassesBuild()
+    {
+        QuickConnect quick;
+        auto *button = quick.findChild<QPushButton *>();
+        QVERIFY(button);
+        QVERIFY(!button->styleSheet().isEmpty());
+        button->click(); // reaches an empty slot; nothing to observe but that it is safe
+        LayoutDebug layout;
+        QVERIFY(layout.layout());
+        TTMenu menu(QStringLiteral("menu"));
+        QVERIFY(qobject_cast<QMenu *>(&menu));
+    }
+};
+
+QTEST_MAIN(TestDialogs)
+#include "tst_dialogs.moc"

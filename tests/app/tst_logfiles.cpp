@@ -1,0 +1,145 @@
+#include "consoleappender.h"
+#include "fileappender.h"
+#include "logfiles.h"
+#include "logger.h"
+
+#include <QDate>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+void createFile(const QString &path, const QDateTime &modified)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("x\n");
+    // Flushed first, or closing would write again and stamp the file with the present time.
+    QVERIFY(file.flush());
+    QVERIFY(file.setFileTime(modified, QFileDevice::FileModificationTime));
+}
+
+} // namespace
+
+class TestLogFiles : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { Logger::removeAllAppenders(); }
+
+    void pathIsTodaysFileAndFolderIsCreated()
+    {
+        QTemporaryDir dir;
+        const QString folder = dir.filePath(QStringLiteral("a/b/c"));
+        const QString path = LogFiles::logFilePath(folder);
+        QCOMPARE(path, QDir(folder).absoluteFilePath(QStringLiteral("applog_%1.log")
+                                                             .arg(QDate::currentDate().toString(
+                                                                     QStringLiteral("yyMMdd")))));
+        QVERIFY(QDir(folder).exists());
+    }
+
+    void uncreatableFolderGivesEmptyPath()
+    {
+        QTemporaryDir dir;
+        const QString blocker = dir.filePath(QStringLiteral("plainfile"));
+        QFile file(blocker);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QCOMPARE(LogFiles::logFilePath(blocker + QStringLiteral("/logs")), QString());
+    }
+
+    void pruningKeepsTheNewestTen()
+    {
+        QTemporaryDir dir;
+        const QDateTime now = QDateTime::currentDateTime();
+        // Names sort differently from ages, so only modification times can decide.
+        for (int i = 0; i < 14; ++i) {
+            createFile(dir.filePath(QStringLiteral("applog_2101%1.log")
+                                            .arg(13 - i, 2, 10, QLatin1Char('0'))),
+                       now.addDays(-i));
+        }
+        LogFiles::pruneLogFiles(dir.path());
+        const QStringList left
+                = QDir(dir.path())
+                          .entryList({QStringLiteral("applog_*.log")}, QDir::Files, QDir::Name);
+        QCOMPARE(left.size(), 10);
+        for (int i = 0; i < 10; ++i) {
+            QVERIFY2(left.contains(QStringLiteral("applog_2101%1.log")
+                                           .arg(13 - i, 2, 10, QLatin1Char('0'))),
+                     qPrintable(left.join(QLatin1Char(' '))));
+        }
+    }
+
+    void pruningTouchesNothingElse()
+    {
+        QTemporaryDir dir;
+        const QDateTime old = QDateTime::currentDateTime().addYears(-3);
+        const QStringList others
+                = {QStringLiteral("applog_old.txt"), QStringLiteral("notes.log"),
+                   QStringLiteral("ApplicationLog.txt"), QStringLiteral("xapplog_1.log")};
+        for (const QString &name : others) {
+            createFile(dir.filePath(name), old);
+        }
+        QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("applog_folder.log")));
+        for (int i = 0; i < 12; ++i) {
+            createFile(dir.filePath(QStringLiteral("applog_%1.log").arg(i)), old.addDays(i + 1));
+        }
+        LogFiles::pruneLogFiles(dir.path());
+        for (const QString &name : others) {
+            QVERIFY2(QFile::exists(dir.filePath(name)), qPrintable(name));
+        }
+        QVERIFY(QDir(dir.filePath(QStringLiteral("applog_folder.log"))).exists());
+        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("applog_0.log"))));
+        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("applog_1.log"))));
+        QVERIFY(QFile::exists(dir.filePath(QStringLiteral("applog_2.log"))));
+    }
+
+    void tenOrFewerAreAllKept()
+    {
+        QTemporaryDir dir;
+        for (int i = 0; i < 10; ++i) {
+            createFile(dir.filePath(QStringLiteral("applog_%1.log").arg(i)),
+                       QDateTime::currentDateTime());
+        }
+        LogFiles::pruneLogFiles(dir.path());
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 10);
+    }
+
+    void startLoggingWritesTodaysFileAndPrunes()
+    {
+        QTemporaryDir dir;
+        for (int i = 0; i < 11; ++i) {
+            createFile(dir.filePath(
+                               QStringLiteral("applog_0001%1.log").arg(i, 2, 10, QLatin1Char('0'))),
+                       QDateTime::currentDateTime().addDays(-30 + i));
+        }
+        AbstractAppender *appender = LogFiles::startLogging(dir.path());
+        QVERIFY(dynamic_cast<FileAppender *>(appender));
+        QFile today(LogFiles::logFilePath(dir.path()));
+        QVERIFY(today.open(QIODevice::ReadOnly));
+        const QByteArray text = today.readAll();
+        QVERIFY2(text.contains("[Info   ] <main:qMain> ***** Application startup *****"),
+                 text.constData());
+        // Today's file counts among the ten kept.
+        QCOMPARE(QDir(dir.path()).entryList({QStringLiteral("applog_*.log")}, QDir::Files).size(),
+                 10);
+    }
+
+    void uncreatableFolderLogsToConsoleAndPrunesNothing()
+    {
+        QTemporaryDir dir;
+        const QString blocker = dir.filePath(QStringLiteral("plainfile"));
+        QFile file(blocker);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        AbstractAppender *appender = LogFiles::startLogging(blocker + QStringLiteral("/logs"));
+        QVERIFY(dynamic_cast<ConsoleAppender *>(appender));
+        QVERIFY(QFile::exists(blocker));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLogFiles)
+#include "tst_logfiles.moc"
