@@ -201,7 +201,20 @@ void VelutraSerialHandler::slotMainLoop()
         }
     }
 
-    QTimer::singleShot(TickIntervalMs, this, SLOT(slotMainLoop()));
+    rearmTick(TickIntervalMs);
+}
+
+void VelutraSerialHandler::rearmTick(int intervalMs)
+{
+    // The tick timer is created here, on the first tick, so that it belongs to
+    // the worker thread like everything else the handler creates.
+    if (!m_tickTimer) {
+        m_tickTimer = new QTimer(this);
+        m_tickTimer->setSingleShot(true);
+        m_tickTimer->setTimerType(Qt::PreciseTimer);
+        connect(m_tickTimer, &QTimer::timeout, this, &VelutraSerialHandler::slotMainLoop);
+    }
+    m_tickTimer->start(intervalMs);
 }
 
 void VelutraSerialHandler::initialise()
@@ -455,6 +468,13 @@ void VelutraSerialHandler::slotReadyRead()
         m_readPauseTimer->stop();
     } else {
         m_readPauseTimer->start();
+    }
+
+    // The next write is due 16 ms after this read. Ticks locked to the previous
+    // write would find the gap just short and wait a further tick; moving the
+    // tick phase makes one land as the gap ends, and ticks never come less often.
+    if (m_tickTimer && m_mainState >= StateSendConnect && m_mainState <= StateRunning) {
+        rearmTick(MinimumQuietMs - TickIntervalMs);
     }
 }
 

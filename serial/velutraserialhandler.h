@@ -73,6 +73,7 @@ private:
         StateClose = 6,
     };
 
+    void rearmTick(int intervalMs);
     void initialise();
     void openRequestedPort();
     void sendConnectCommand();
@@ -119,6 +120,8 @@ private:
     QStringList m_heldList;
     QStringList m_settingsQueue;
 
+    // Drives slotMainLoop(): a single shot re-armed at the end of every tick.
+    QTimer *m_tickTimer = nullptr;
     // Robustness against devices that misbehave or vanish.
     QString m_openPortName;
     bool m_portGone = false;
