@@ -325,6 +325,23 @@ constexpr const char *s_registerNames[] = {
 
 constexpr int s_maxCrystalSpots = 32;
 
+// True when `pattern` is `selector` followed by more atoms, so that whatever the pattern
+// matches at position 0 the selector matches there too.
+bool selectorStartsPattern(const char *selector, const char *pattern)
+{
+    const QByteArray head(selector);
+    const QByteArray whole(pattern);
+    if (!whole.startsWith(head) || head.count('(') != head.count(')')) {
+        return false;
+    }
+    int trailingBackslashes = 0;
+    for (int i = head.size() - 1; i >= 0 && head.at(i) == '\\'; --i) {
+        ++trailingBackslashes;
+    }
+    const char next = whole.size() > head.size() ? whole.at(head.size()) : '\0';
+    return trailingBackslashes % 2 == 0 && next != '*' && next != '+' && next != '?' && next != '{';
+}
+
 QString runtimeText(quint64 seconds)
 {
     const quint64 hours = seconds / 3600;
@@ -363,6 +380,12 @@ struct VelutraResponseDecoder::Values
     std::vector<QLatin1String> prefixes;
     std::vector<std::unique_ptr<VelutraLinePattern>> selectors;
     std::vector<std::unique_ptr<VelutraLinePattern>> patterns;
+    // The rules a line can match, by its first character (Latin-1; 256 for an empty line),
+    // in table order. A rule whose matches may start with any character is in every list.
+    std::vector<int> candidates[257];
+    // Regex kinds whose pattern begins with the selector: a match of the pattern is a match
+    // of the selector too, so the pattern is tried first.
+    std::vector<bool> patternFirst;
 
     Tracked<QString> texts[TextValueCount];
     Tracked<quint64> moduleRuntime;
@@ -997,6 +1020,20 @@ VelutraResponseDecoder::VelutraResponseDecoder(QObject *parent)
             v.patterns[size_t(i)]
                     = std::make_unique<VelutraLinePattern>(QString::fromLatin1(rule.pattern));
         }
+        v.patternFirst.push_back(rule.kind == MatchKind::Regex && rule.pattern != nullptr
+                                 && selectorStartsPattern(rule.selector, rule.pattern));
+        // An empty line can only be taken by a pattern; the others need their first character.
+        for (int c = 0; c < 256; ++c) {
+            const bool candidate = rule.kind == MatchKind::Prefix
+                                           ? uchar(rule.selector[0]) == c
+                                           : v.selectors[size_t(i)]->canStartWith(c);
+            if (candidate) {
+                v.candidates[c].push_back(i);
+            }
+        }
+        if (rule.kind == MatchKind::Regex) {
+            v.candidates[256].push_back(i);
+        }
     }
     resetPublishedValues();
 }
@@ -1032,15 +1069,24 @@ void VelutraResponseDecoder::slotLineReceived(const QByteArray &received)
     // Latin-1 up to the first NUL byte; the terminator stays, the patterns expect it.
     const QString line = QString::fromLatin1(received);
     Values &v = *m_values;
-    for (int i = 0; i < v.ruleCount; ++i) {
+    const int firstCharacter = line.isEmpty() ? 256 : qMin(int(line.at(0).unicode()), 256);
+    for (const int i : v.candidates[firstCharacter]) {
         const LineRule &rule = v.rules[i];
-        const bool selected = rule.kind == MatchKind::Prefix
-                                      ? line.startsWith(v.prefixes[size_t(i)])
-                                      : v.selectors[size_t(i)]->matchesAtStart(line);
+        bool patternMatched = false;
+        bool selected = false;
+        if (rule.kind == MatchKind::Prefix) {
+            selected = line.startsWith(v.prefixes[size_t(i)]);
+        } else if (v.patternFirst[size_t(i)]) {
+            // A line the whole pattern takes is selected anyway: one match instead of two.
+            patternMatched = v.pattern(i).matchesAtStart(line);
+            selected = patternMatched || v.selectors[size_t(i)]->matchesAtStart(line);
+        } else {
+            selected = v.selectors[size_t(i)]->matchesAtStart(line);
+        }
         if (!selected) {
             continue;
         }
-        if (rule.pattern != nullptr && !v.pattern(i).matchesAtStart(line)) {
+        if (rule.pattern != nullptr && !patternMatched && !v.pattern(i).matchesAtStart(line)) {
             emit sigParsingError(received);
             return;
         }

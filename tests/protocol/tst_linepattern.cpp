@@ -73,6 +73,8 @@ private slots:
     void requiredLiteral();
     void agreesWithQRegExpOnEveryDecoderPattern();
     void firstCharactersBehaveAsQRegExp();
+    void firstCharacterSets();
+    void directPatterns();
 };
 
 void TestLinePattern::requiredLiteral_data()
@@ -146,6 +148,10 @@ void TestLinePattern::agreesWithQRegExpOnEveryDecoderPattern()
                                          .arg(actual)
                                          .arg(expected)));
             }
+            if (expected && !line.isEmpty()) {
+                QVERIFY2(linePattern.canStartWith(line.at(0).unicode()),
+                         qPrintable(QStringLiteral("%1 on %2").arg(pattern, line)));
+            }
             if (expected) {
                 ++matches;
                 for (int i = 0; i <= reference.captureCount(); ++i) {
@@ -169,9 +175,61 @@ void TestLinePattern::firstCharactersBehaveAsQRegExp()
         QRegExp reference(pattern);
         for (int c = 0; c < 256; ++c) {
             const QString line = QString(QChar(c)) + QStringLiteral("IR Wavelength Index: 1 2 3");
-            QCOMPARE(linePattern.matchesAtStart(line), reference.indexIn(line) == 0);
+            const bool expected = reference.indexIn(line) == 0;
+            QCOMPARE(linePattern.matchesAtStart(line), expected);
+            if (expected) {
+                QVERIFY(linePattern.canStartWith(c));
+            }
         }
     }
+}
+
+void TestLinePattern::firstCharacterSets()
+{
+    const VelutraLinePattern blanks(QStringLiteral("^\\s+(IR|SHG)"));
+    QVERIFY(blanks.canStartWith(' '));
+    QVERIFY(blanks.canStartWith('\t'));
+    QVERIFY(blanks.canStartWith(0xa0));
+    QVERIFY(blanks.canStartWith(0x85));
+    QVERIFY(!blanks.canStartWith('I'));
+    const VelutraLinePattern row(QStringLiteral("^\\d* \\d* .*"));
+    QVERIFY(row.canStartWith('7'));
+    QVERIFY(row.canStartWith(' '));
+    QVERIFY(!row.canStartWith('x'));
+    QVERIFY(!row.canStartWith('\t'));
+    const VelutraLinePattern anywhere(QStringLiteral("^.*disabled"));
+    QVERIFY(anywhere.canStartWith('x'));
+    const VelutraLinePattern literal(QStringLiteral("^ZEL\\s+"));
+    QVERIFY(literal.canStartWith('Z'));
+    QVERIFY(!literal.canStartWith('z'));
+}
+
+void TestLinePattern::directPatterns()
+{
+    // The device's plain patterns are matched without QRegExp; the others are not.
+    QVERIFY(VelutraLinePattern(QStringLiteral("^Compiled on: (.*)\n")).isDirect());
+    QVERIFY(VelutraLinePattern(QStringLiteral("^(Velutra-.+) Hardware:(.*) Firmware:(.*)\n"))
+                    .isDirect());
+    QVERIFY(VelutraLinePattern(QStringLiteral("^ZEL .HG\tRuntime=(.*)s\n")).isDirect());
+    QVERIFY(VelutraLinePattern(QStringLiteral("^.*disabled.*=.*ok")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^ZEL [ST]HG\tCurrent position=")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^\\d* \\d* .*")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^(a(b).*)")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^a*b")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^(IR|SHG).*")).isDirect());
+
+    // QRegExp's choice among several possible matches: longest, then groups in order, each
+    // starting as early and ending as late as possible.
+    VelutraLinePattern pattern(QStringLiteral("^L.+H: (.*), S: (.*)\n"));
+    const QString line = QStringLiteral("Lx H: 1, S: 2\nL H: 3, S: 4\ntail");
+    QVERIFY(pattern.matchesAtStart(line));
+    QCOMPARE(pattern.cap(0), QStringLiteral("Lx H: 1, S: 2\nL H: 3, S: 4\n"));
+    QCOMPARE(pattern.cap(1), QStringLiteral("1, S: 2\nL H: 3"));
+    QCOMPARE(pattern.cap(2), QStringLiteral("4"));
+    QRegExp reference(pattern.pattern());
+    QCOMPARE(reference.indexIn(line), 0);
+    QCOMPARE(reference.capturedTexts(),
+             QStringList({pattern.cap(0), pattern.cap(1), pattern.cap(2)}));
 }
 
 QTEST_GUILESS_MAIN(TestLinePattern)
