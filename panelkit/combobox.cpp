@@ -93,14 +93,14 @@ void ComboBox::chooseByOperator(int index)
     if (index < 0 || index >= count() || !isItemVisible(index)) {
         return;
     }
+    const bool changed = index != m_agreedIndex;
+    m_agreedIndex = index;
     if (currentIndex() != index) {
         QComboBox::setCurrentIndex(index);
     }
-    if (index == m_agreedIndex) {
-        return;
+    if (changed) {
+        emit currentIndexChanged(index);
     }
-    m_agreedIndex = index;
-    emit currentIndexChanged(index);
 }
 
 void ComboBox::showPopup()

@@ -22,6 +22,9 @@ public:
     bool isItemVisible(int index) const;
     int visibleItemCount() const;
 
+    void showPopup() override;
+    void hidePopup() override;
+
 public slots:
     // Selects an item without emitting currentIndexChanged. Out-of-range indices are ignored.
     void setCurrentIndex(int index);
@@ -34,8 +37,6 @@ signals:
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
-    void showPopup() override;
-    void hidePopup() override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
