@@ -1,7 +1,9 @@
 #include "applicationidentity.h"
 #include "commandline.h"
 #include "logfiles.h"
+#include "logger.h"
 #include "mainwindow.h"
+#include "unixsignalwatcher.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -33,6 +35,13 @@ int main(int argc, char *argv[])
     LogFiles::startLogging();
 
     auto *window = new MainWindow;
+    UnixSignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &UnixSignalWatcher::terminationRequested, window,
+                     [window](int signalNumber) {
+                         window->slotWriteLogLine(
+                                 QObject::tr("Signal %1 received: closing.").arg(signalNumber));
+                         window->close();
+                     });
     window->show();
     const QString port = parser.value(QString::fromLatin1(CommandLine::ConnectOption));
     if (!port.isEmpty()) {
@@ -41,5 +50,6 @@ int main(int argc, char *argv[])
     const int result = application->exec();
     delete window;
     delete application;
+    Logger::removeAllAppenders();
     return result;
 }
