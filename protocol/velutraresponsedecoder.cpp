@@ -324,6 +324,15 @@ constexpr const char *s_registerNames[] = {
 };
 
 constexpr int s_maxCrystalSpots = 32;
+// A device has a few dozen frequency and calibration rows; more new keys than this are
+// dropped, so that a device sending ever new row numbers cannot grow the tables forever.
+constexpr int s_maxTableRows = 1024;
+
+template<typename T>
+bool roomFor(const QMap<int, T> &map, int key)
+{
+    return map.size() < s_maxTableRows || map.contains(key);
+}
 
 // True when `pattern` is `selector` followed by more atoms, so that whatever the pattern
 // matches at position 0 the selector matches there too.
@@ -1215,7 +1224,7 @@ VelutraResponseDecoder::Outcome VelutraResponseDecoder::decodeNumberedRow(const 
         v.pattern(rule).cap(2).toInt(&ok[1], 10);
         const QVector<QStringRef> words = field3.splitRef(QLatin1Char(' '));
         const int divider = words.size() > 1 ? words.at(1).toInt(&ok[2], 10) : 0;
-        if (ok[0] && ok[1] && ok[2]) {
+        if (ok[0] && ok[1] && ok[2] && (index == 0 || roomFor(v.frequencyDivList.latest, index))) {
             if (index == 0) {
                 v.frequencyDivList.latest.clear();
             }
@@ -1255,7 +1264,7 @@ VelutraResponseDecoder::Outcome VelutraResponseDecoder::decodeCalibrationRow(con
         v.calibration[0].latest.clear();
         v.calibration[1].latest.clear();
     }
-    if (selector != 0 && selector != 1) {
+    if ((selector != 0 && selector != 1) || !roomFor(v.calibration[selector].latest, key)) {
         return Outcome::Handled;
     }
     v.calibration[selector].latest.insert(key, value);
@@ -1271,7 +1280,8 @@ void VelutraResponseDecoder::publishTexts(int first, int count, bool force)
         Tracked<QString> &text = m_values->texts[i];
         if (mustPublish(text, force)) {
             markPublished(text);
-            emit(this->*s_textSignals[i])(text.latest);
+            const TextSignal signal = s_textSignals[i];
+            emit(this->*signal)(text.latest);
         }
     }
 }
@@ -1285,7 +1295,8 @@ void VelutraResponseDecoder::publishModuleKind()
             exists.latest = true;
             if (mustPublish(exists, false)) {
                 markPublished(exists);
-                emit(this->*s_moduleKinds[i].signal)(true);
+                const auto signal = s_moduleKinds[i].signal;
+                emit(this->*signal)(true);
             }
             return;
         }

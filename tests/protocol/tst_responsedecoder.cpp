@@ -253,6 +253,7 @@ private slots:
     void allRuntimesTakesAtMost32Spots();
     void nullAndEmbeddedNulBytes();
     void hostileLinesDoNotHang();
+    void tablesAreBounded();
 };
 
 void TestResponseDecoder::signalsAreDeclaredInOrder()
@@ -1057,6 +1058,27 @@ void TestResponseDecoder::hostileLinesDoNotHang()
     QVERIFY2(timer.elapsed() < 20000, "hostile lines took too long");
     // Every line was answered (unhandled, parsing error or a value), none was lost.
     QVERIFY(recorder.recorded().size() >= int(sizeof(hostile) / sizeof(hostile[0])) + 1);
+}
+
+void TestResponseDecoder::tablesAreBounded()
+{
+    // A device counting rows up forever must not make the tables grow forever.
+    VelutraResponseDecoder decoder;
+    QSignalSpy divisionSpy(&decoder, &VelutraResponseDecoder::sigFrequencyDivListChanged);
+    QSignalSpy rangeSpy(&decoder, &VelutraResponseDecoder::sigPowerSetting_nJ_RangeChanged);
+    for (int row = 1; row <= 3000; ++row) {
+        decoder.slotLineReceived(QByteArray::number(row) + " 3 PCPER 40\n");
+        decoder.slotLineReceived(QByteArray::number(row) + " 1 0.5\n");
+    }
+    QCOMPARE(divisionSpy.count(), 1024);
+    using DivisionList = QMap<int, double>;
+    QCOMPARE(divisionSpy.last().at(0).value<DivisionList>().size(), 1024);
+    QCOMPARE(rangeSpy.count(), 1024);
+    // Known rows still update, and row 0 starts a new table.
+    decoder.slotLineReceived("5 3 PCPER 20\n");
+    QCOMPARE(divisionSpy.last().at(0).value<DivisionList>().value(5), 20.0);
+    decoder.slotLineReceived("0 3 PCPER 40\n");
+    QCOMPARE(divisionSpy.last().at(0).value<DivisionList>().size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestResponseDecoder)
