@@ -52,6 +52,7 @@ VelutraLinePattern::VelutraLinePattern(const QString &pattern)
         m_literals.clear();
         m_groupStarts.clear();
         m_groupEnds.clear();
+        m_runs = m_regExp.isValid() && m_runMatcher.parse(pattern);
     }
     m_literalPositions.resize(m_literals.size());
     m_fixed.resize(m_literals.size());
@@ -65,6 +66,9 @@ bool VelutraLinePattern::matchesAtStart(const QString &line)
         // The direct match looks for its literals itself, as cheaply as a prefilter would.
         return matchDirect(line);
     }
+    if (m_runs) {
+        return m_runMatcher.matchesAtStart(line);
+    }
     if (!m_requiredLiteral.isEmpty()) {
         const bool present = m_literalAtStart ? line.startsWith(m_requiredLiteral)
                                               : line.contains(m_requiredLiteral);
@@ -77,6 +81,9 @@ bool VelutraLinePattern::matchesAtStart(const QString &line)
 
 QString VelutraLinePattern::cap(int n) const
 {
+    if (m_runs) {
+        return m_runMatcher.cap(n);
+    }
     if (!m_direct) {
         return m_regExp.cap(n);
     }
@@ -96,6 +103,9 @@ QString VelutraLinePattern::cap(int n) const
 
 int VelutraLinePattern::captureCount() const
 {
+    if (m_runs) {
+        return m_runMatcher.captureCount();
+    }
     return m_direct ? m_groupStarts.size() : m_regExp.captureCount();
 }
 

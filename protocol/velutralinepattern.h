@@ -1,6 +1,8 @@
 #ifndef VELUTRALINEPATTERN_H
 #define VELUTRALINEPATTERN_H
 
+#include "velutrarunmatcher.h"
+
 #include <QBitArray>
 #include <QRegExp>
 #include <QString>
@@ -15,7 +17,8 @@
 // latest place that leave room for the rest of the pattern, and both are found by a scan
 // from either side. QRegExp's choice among the possible matches (the longest, then the
 // first group starting earliest and ending latest, then the next group ...) fixes one
-// literal after the other. No backtracking, no allocation. Other patterns go to QRegExp.
+// literal after the other. No backtracking, no allocation. Patterns made of runs that
+// cannot overlap go to VelutraRunMatcher; the rest to QRegExp.
 //
 // Before either, the literal text a pattern starts with (after "^", or after "^.*"
 // anywhere in the line) is tested: most lines fail that test and cost a few compares.
@@ -40,8 +43,9 @@ public:
     {
         return c >= 0 && c < 256 ? m_firstCharacters.testBit(c) : true;
     }
-    /// Whether the pattern is matched without QRegExp (literals, gaps and groups only).
-    bool isDirect() const { return m_direct; }
+    /// Whether the pattern is matched without QRegExp: literals, gaps and groups, or
+    /// runs that cannot overlap (see VelutraRunMatcher).
+    bool isDirect() const { return m_direct || m_runs; }
 
 private:
     // A run of literal characters; '.' in the pattern is a wildcard character inside it.
@@ -75,6 +79,8 @@ private:
     QBitArray m_firstCharacters{256, true};
 
     bool m_direct = false;
+    bool m_runs = false;
+    VelutraRunMatcher m_runMatcher;
     QVector<Literal> m_literals;
     QVector<Boundary> m_groupStarts;
     QVector<Boundary> m_groupEnds;

@@ -129,7 +129,16 @@ void TestLinePattern::requiredLiteral()
 // for: indexIn() returning 0.
 void TestLinePattern::agreesWithQRegExpOnEveryDecoderPattern()
 {
-    const QStringList patterns = VelutraResponseDecoder::linePatterns();
+    // The decoder's own patterns, and a few more of the shapes the direct engines read.
+    const QStringList patterns = VelutraResponseDecoder::linePatterns()
+                                 + QStringList{QStringLiteral("^a*b"),
+                                               QStringLiteral("^(\\d+)x"),
+                                               QStringLiteral("^\\s*=\\s+(\\d*)"),
+                                               QStringLiteral("^Z(E|Q)L?\\s"),
+                                               QStringLiteral("^(.*)=(.+)"),
+                                               QStringLiteral("^.*0.+0"),
+                                               QStringLiteral("^[ST]+(\\d)"),
+                                               QStringLiteral("^x.y(.*)z(.+)")};
     QVERIFY(patterns.size() > 25);
     const QStringList lines = sampleLines();
     QVERIFY(lines.size() > 1000);
@@ -212,11 +221,22 @@ void TestLinePattern::directPatterns()
                     .isDirect());
     QVERIFY(VelutraLinePattern(QStringLiteral("^ZEL .HG\tRuntime=(.*)s\n")).isDirect());
     QVERIFY(VelutraLinePattern(QStringLiteral("^.*disabled.*=.*ok")).isDirect());
-    QVERIFY(!VelutraLinePattern(QStringLiteral("^ZEL [ST]HG\tCurrent position=")).isDirect());
-    QVERIFY(!VelutraLinePattern(QStringLiteral("^\\d* \\d* .*")).isDirect());
+    QVERIFY(VelutraLinePattern(QStringLiteral("^ZEL [ST]HG\tCurrent position=")).isDirect());
+    QVERIFY(VelutraLinePattern(QStringLiteral("^\\d* \\d* .*")).isDirect());
+    QVERIFY(VelutraLinePattern(QStringLiteral("^\\s+(IR|SHG|THG|FHG)\\s+Wavelength\\s+Index:"))
+                    .isDirect());
+    QVERIFY(VelutraLinePattern(QStringLiteral("^a*b")).isDirect());
+    // Runs that could end in more than one place, and what neither engine reads.
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^ZEL [ST]HG\tCurrent position=(.*)\n")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^a*a")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^\\s*\\s")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^(IR|IRX)")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^[a-z]+1")).isDirect());
     QVERIFY(!VelutraLinePattern(QStringLiteral("^(a(b).*)")).isDirect());
-    QVERIFY(!VelutraLinePattern(QStringLiteral("^a*b")).isDirect());
-    QVERIFY(!VelutraLinePattern(QStringLiteral("^(IR|SHG).*")).isDirect());
+    QVERIFY(!VelutraLinePattern(QStringLiteral("^a{2}b")).isDirect());
+    QVERIFY(!VelutraLinePattern(
+                     QStringLiteral("^ZEL\\s+([S|T])HG\\s+Output\\s+power\\s*=\\s*(.+)\n"))
+                     .isDirect());
 
     // QRegExp's choice among several possible matches: longest, then groups in order, each
     // starting as early and ending as late as possible.
