@@ -39,6 +39,7 @@ int main(int argc, char *argv[])
     gallery.resize(width > 0 ? width : 1366, height > 0 ? height : 768);
     gallery.mainView()->setControlPage(parser.value(page).toInt());
     gallery.show();
+    gallery.focusSample();
 
     if (parser.isSet(screenshot)) {
         const QString file = parser.value(screenshot);

@@ -119,6 +119,7 @@ QWidget *PanelKitGallery::buildControlPage()
 
     // Two units, each with its own range and value.
     auto *energy = new ComboSlider(25);
+    m_energy = energy;
     auto *energyScale = new ComboSliderScale(QStringLiteral("IR Energy control"));
     energyScale->addUnit(QStringLiteral("µJ"), 0, 60, 2);
     energyScale->addUnit(QStringLiteral("%"), 0, 100, 2);
@@ -320,6 +321,11 @@ QWidget *PanelKitGallery::buildRemoteControl()
     }
     layout->addStretch(1);
     return remote;
+}
+
+void PanelKitGallery::focusSample()
+{
+    m_energy->setFocus(Qt::TabFocusReason);
 }
 
 Dialog *PanelKitGallery::createSampleDialog(QWidget *parent)

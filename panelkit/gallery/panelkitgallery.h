@@ -15,6 +15,8 @@ public:
     explicit PanelKitGallery(QWidget *parent = nullptr);
 
     MainView *mainView() const { return m_view; }
+    // Puts the keyboard focus on the energy slider, to show what focus looks like.
+    void focusSample();
     // A sample frameless warning dialog, the kind a panel asks the operator with.
     Dialog *createSampleDialog(QWidget *parent);
 
@@ -26,4 +28,5 @@ private:
     QWidget *buildRemoteControl();
 
     MainView *m_view = nullptr;
+    ComboSlider *m_energy = nullptr;
 };

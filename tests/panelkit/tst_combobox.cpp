@@ -31,6 +31,8 @@ private slots:
     {
         auto box = makeWavelengths();
         QSignalSpy spy(box.get(), &ComboBox::currentIndexChanged);
+        // A connection by name finds the operator's signal too.
+        QSignalSpy byName(box.get(), SIGNAL(currentIndexChanged(int)));
         box->setCurrentIndex(2);
         box->setCurrentIndex(0);
         box->setCurrentIndex(9);
@@ -40,6 +42,10 @@ private slots:
         QComboBox *base = box.get();
         base->setCurrentIndex(1); // even through the base class
         QCOMPARE(spy.count(), 0);
+        QCOMPARE(byName.count(), 0);
+        QTest::keyClick(box.get(), Qt::Key_Down);
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(byName.count(), 1);
     }
 
     void keyboardEmitsOncePerChange()

@@ -51,6 +51,9 @@ private slots:
         gallery.resize(1366, 768);
         gallery.show();
         QVERIFY(QTest::qWaitForWindowExposed(&gallery));
+        QApplication::setActiveWindow(&gallery);
+        QVERIFY(QTest::qWaitForWindowActive(&gallery));
+        gallery.focusSample();
         QCOMPARE(gallery.mainView()->controlPageCount(), 4);
         const char *names[] = {"panelkit-gallery.png", "panelkit-gallery-buttons.png",
                                "panelkit-gallery-inputs.png"};
