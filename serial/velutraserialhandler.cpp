@@ -1,10 +1,11 @@
 #include "velutraserialhandler.h"
 
+#include <QDateTime>
 #include <QDebug>
 #include <QLoggingCategory>
-#include <QTime>
 #include <QTimer>
 
+#include <iterator>
 #include <limits>
 
 Q_LOGGING_CATEGORY(lcSerialHandler, "velutra.serial.handler")
@@ -23,6 +24,7 @@ static constexpr int BaudRate = 38400;
 static constexpr int ReadyStatusBits = 0xE8;
 // A device that never ends a line must not make us hold on to its bytes forever.
 static constexpr int MaxLineBytes = 64 * 1024;
+static constexpr int ReadChunkBytes = 4096;
 // When the far end of a pseudo-terminal goes away, Qt reports a read error in a
 // tight loop (hundreds of thousands per second) instead of a resource error. A
 // real port may fail a read now and then; this many failures inside one 10 ms
@@ -434,33 +436,17 @@ void VelutraSerialHandler::slotReadyRead()
     if (!m_port) {
         return;
     }
+    // The read-pause timer runs from this read; whether it keeps running is
+    // decided below, once the bytes are framed.
     m_quietClock.restart();
-    m_readPauseTimer->start();
 
-    const QByteArray data = m_port->readAll();
-    for (const char byte : data) {
-        m_receiveBuffer.append(byte);
-        if (byte == '\r' || byte == '\n') {
-            if (m_receiveBuffer.size() < 2) {
-                m_receiveBuffer.clear();
-            } else {
-                m_lineCutReported = false;
-                deliverLine(QLatin1Char(':'));
-            }
-        } else if (byte == '>' && m_receiveBuffer.size() == 1) {
-            // A prompt character at the start of a line is not part of any reply.
-            m_receiveBuffer.clear();
-        } else if (m_receiveBuffer.size() >= MaxLineBytes) {
-            // Report a run of cut lines once, not every 64 KiB.
-            if (!m_lineCutReported) {
-                m_lineCutReported = true;
-                emit sigStatusMessage(
-                        tr("Communication port %1: %2 bytes received without a line end; the line "
-                           "was cut.")
-                                .arg(m_openPortName)
-                                .arg(MaxLineBytes));
-            }
-            deliverLine(QLatin1Char('_'));
+    // Everything available, through a buffer on the stack: reading it into a
+    // fresh byte array each time costs more than the rest of the handler.
+    char chunk[ReadChunkBytes];
+    qint64 count = 0;
+    while (m_port && (count = m_port->read(chunk, sizeof(chunk))) > 0) {
+        for (qint64 index = 0; index < count; ++index) {
+            frameByte(chunk[index]);
         }
     }
 
@@ -475,6 +461,33 @@ void VelutraSerialHandler::slotReadyRead()
     // tick phase makes one land as the gap ends, and ticks never come less often.
     if (m_tickTimer && m_mainState >= StateSendConnect && m_mainState <= StateRunning) {
         rearmTick(MinimumQuietMs - TickIntervalMs);
+    }
+}
+
+void VelutraSerialHandler::frameByte(char byte)
+{
+    m_receiveBuffer.append(byte);
+    if (byte == '\r' || byte == '\n') {
+        if (m_receiveBuffer.size() < 2) {
+            m_receiveBuffer.clear();
+        } else {
+            m_lineCutReported = false;
+            deliverLine(QLatin1Char(':'));
+        }
+    } else if (byte == '>' && m_receiveBuffer.size() == 1) {
+        // A prompt character at the start of a line is not part of any reply.
+        m_receiveBuffer.clear();
+    } else if (m_receiveBuffer.size() >= MaxLineBytes) {
+        // Report a run of cut lines once, not every 64 KiB.
+        if (!m_lineCutReported) {
+            m_lineCutReported = true;
+            emit sigStatusMessage(
+                    tr("Communication port %1: %2 bytes received without a line end; the line was "
+                       "cut.")
+                            .arg(m_openPortName)
+                            .arg(MaxLineBytes));
+        }
+        deliverLine(QLatin1Char('_'));
     }
 }
 
@@ -605,7 +618,27 @@ void VelutraSerialHandler::treatPortAsGone()
 
 QString VelutraSerialHandler::trafficTag(QChar separator) const
 {
-    return m_openPortName + separator + QTime::currentTime().toString(QStringLiteral("ss-zzz"));
+    // Time zones differ from UTC by whole minutes, so the seconds and
+    // milliseconds of the local time of day are those of the epoch clock. This
+    // runs for every line; a full local-time conversion would dominate the
+    // handler's CPU use.
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const int milliseconds = static_cast<int>(now % 1000);
+    const int seconds = static_cast<int>((now / 1000) % 60);
+    const QChar time[] = {
+            QLatin1Char(char('0' + seconds / 10)),
+            QLatin1Char(char('0' + seconds % 10)),
+            QLatin1Char('-'),
+            QLatin1Char(char('0' + milliseconds / 100)),
+            QLatin1Char(char('0' + milliseconds / 10 % 10)),
+            QLatin1Char(char('0' + milliseconds % 10)),
+    };
+    QString tag;
+    tag.reserve(m_openPortName.size() + 1 + int(std::size(time)));
+    tag += m_openPortName;
+    tag += separator;
+    tag.append(time, int(std::size(time)));
+    return tag;
 }
 
 QString VelutraSerialHandler::withLineEnd(const QString &command)

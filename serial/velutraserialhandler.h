@@ -87,6 +87,7 @@ private:
     qint64 quietElapsed() const;
     void sendCommand(const QString &command);
     void writePendingCommand();
+    void frameByte(char byte);
     void deliverLine(QChar separator);
     void checkEcho(const QByteArray &line);
     void checkStatusReply(const QByteArray &line);

@@ -19,6 +19,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <sys/resource.h>
@@ -176,9 +177,11 @@ int main(int argc, char *argv[])
     QObject::connect(thread, SIGNAL(started()), handler, SLOT(slotMainLoop()));
     QObject::connect(thread, &QThread::finished, handler, &QObject::deleteLater);
 
-    qint64 transmitted = 0;
-    QObject::connect(handler, &VelutraSerialHandler::sigBytesTransmitted, &app,
-                     [&transmitted] { ++transmitted; });
+    // Counted in the handler's thread, so that counting wakes nobody.
+    std::atomic<qint64> transmitted{0};
+    QObject::connect(
+            handler, &VelutraSerialHandler::sigBytesTransmitted, handler,
+            [&transmitted] { ++transmitted; }, Qt::DirectConnection);
     QObject::connect(
             handler, &VelutraSerialHandler::sigStatusMessage, &app,
             [](const QString &message) { std::fprintf(stderr, "%s\n", qPrintable(message)); });
@@ -195,19 +198,18 @@ int main(int argc, char *argv[])
                          // Let the first cycles settle before measuring.
                          QTimer::singleShot(1000, &app, [&] {
                              cpuStartUs = processCpuUs();
-                             transmittedAtStart = transmitted;
+                             transmittedAtStart = transmitted.load();
                              wall.start();
                              QTimer::singleShot(amount * 1000, &app, [&] {
                                  const qint64 cpuUs = processCpuUs() - cpuStartUs;
                                  const qint64 wallUs = wall.nsecsElapsed() / 1000;
-                                 std::printf(
-                                         "cpu: %.3f s of CPU in %.1f s wall = %.2f %% of one "
-                                         "core; %lld commands polled (%.1f per second)\n",
-                                         double(cpuUs) / 1e6, double(wallUs) / 1e6,
-                                         100.0 * double(cpuUs) / double(wallUs),
-                                         static_cast<long long>(transmitted - transmittedAtStart),
-                                         double(transmitted - transmittedAtStart) * 1e6
-                                                 / double(wallUs));
+                                 const qint64 polled = transmitted.load() - transmittedAtStart;
+                                 std::printf("cpu: %.3f s of CPU in %.1f s wall = %.2f %% of one "
+                                             "core; %lld commands polled (%.1f per second)\n",
+                                             double(cpuUs) / 1e6, double(wallUs) / 1e6,
+                                             100.0 * double(cpuUs) / double(wallUs),
+                                             static_cast<long long>(polled),
+                                             double(polled) * 1e6 / double(wallUs));
                                  app.quit();
                              });
                          });

@@ -48,7 +48,12 @@ bool TestSerialHandlerFraming::openDevice(HandlerRig &rig, PtyDevice &device)
     }
     device.start();
     rig.open(device.slavePath());
-    return waitFor([&rig] { return !rig.recorder().opened.isEmpty(); }, 5000);
+    // The "opened" report follows the signal; wait for both.
+    return waitFor(
+            [&rig] {
+                return !rig.recorder().opened.isEmpty() && !rig.recorder().statusMessages.isEmpty();
+            },
+            5000);
 }
 
 void TestSerialHandlerFraming::crLfGivesOneLineEndingInCr()
@@ -245,12 +250,13 @@ void TestSerialHandlerFraming::secondOpenClosesFirstPort()
     QTRY_COMPARE(rig.recorder().opened.size(), 2);
     QCOMPARE(rig.recorder().closed, QStringList{first.slavePath()});
     QCOMPARE(rig.recorder().opened, (QStringList{first.slavePath(), second.slavePath()}));
-    QCOMPARE(rig.recorder().statusMessages,
-             (QStringList{QStringLiteral("Communication port %1 successfully opened.")
-                                  .arg(first.slavePath()),
-                          QStringLiteral("Communication port %1 closed.").arg(first.slavePath()),
-                          QStringLiteral("Communication port %1 successfully opened.")
-                                  .arg(second.slavePath())}));
+    QTRY_COMPARE(
+            rig.recorder().statusMessages,
+            (QStringList{QStringLiteral("Communication port %1 successfully opened.")
+                                 .arg(first.slavePath()),
+                         QStringLiteral("Communication port %1 closed.").arg(first.slavePath()),
+                         QStringLiteral("Communication port %1 successfully opened.")
+                                 .arg(second.slavePath())}));
 
     second.write("on the second\n");
     QTRY_COMPARE(rig.recorder().lines.size(), 1);

@@ -145,40 +145,62 @@ void TestSerialHandlerHandshake::readyBitsMakeReady()
 
 void TestSerialHandlerHandshake::silentDeviceGetsOneResendThenDisconnects()
 {
-    auto silent = std::make_shared<std::atomic<bool>>(false);
+    // The device answers the first three polls, then ignores the fourth poll
+    // and its resend; everything else it answers.
+    static constexpr int AnsweredPolls = 3;
+    auto polls = std::make_shared<std::atomic<int>>(0);
     PtyDevice device;
     QVERIFY(device.isValid());
+    device.setResponder([polls](const QByteArray &line) {
+        if (line == "ls_wavelength?\n") {
+            const int index = polls->fetch_add(1);
+            if (index >= AnsweredPolls && index < AnsweredPolls + 2) {
+                return QByteArray();
+            }
+        }
+        return readyLaserReply(line);
+    });
+    device.start();
     HandlerRig rig;
     rig.addMonitorCommand(QStringLiteral("ls_wavelength?"));
-    QVERIFY(connectToReadyLaser(rig, device));
-    device.setResponder([silent](const QByteArray &line) {
-        return silent->load() ? QByteArray() : readyLaserReply(line);
-    });
-    QTRY_VERIFY(device.countLines("ls_wavelength?\n") >= 2);
-
-    // From now on the device says nothing.
-    silent->store(true);
-    device.clearLog();
+    rig.open(device.slavePath());
+    QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().lastConnected(), 8000);
     const int falseBefore = rig.recorder().countConnected(false);
 
-    QTRY_VERIFY_WITH_TIMEOUT(device.countLines("ls_wavelength?\n") >= 2, 7000);
-    std::vector<qint64> sent = arrivals(device, "ls_wavelength?\n");
-    // There is at most one command in flight when the device falls silent.
-    const qint64 resendMs = (sent.at(1) - sent.at(0)) / NsPerMs;
+    QTRY_VERIFY_WITH_TIMEOUT(device.countLines("ls_wavelength?\n") >= AnsweredPolls + 2, 7000);
+    const std::vector<qint64> sent = arrivals(device, "ls_wavelength?\n");
+    const qint64 resendMs = (sent.at(AnsweredPolls + 1) - sent.at(AnsweredPolls)) / NsPerMs;
     QVERIFY2(resendMs >= 2000 - StampSlackMs, qPrintable(QString::number(resendMs)));
     QVERIFY2(resendMs < 3000, qPrintable(QString::number(resendMs)));
 
-    // The second chance runs out: the link counts as lost and the handshake starts over.
+    // The second chance runs out: the link counts as lost.
     QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().countConnected(false) == falseBefore + 1, 5000);
-    const qint64 lostMs = (rig.recorder().connectedStatus.last().ns - sent.at(1)) / NsPerMs;
+    QCOMPARE(rig.recorder().countConnected(true), 1);
+    const qint64 lostMs
+            = (rig.recorder().connectedStatus.last().ns - sent.at(AnsweredPolls + 1)) / NsPerMs;
     QVERIFY2(lostMs >= 2000 - StampSlackMs, qPrintable(QString::number(lostMs)));
-    QTRY_VERIFY_WITH_TIMEOUT(device.countLines(IdentifyCommand) >= 1, 3000);
-    QCOMPARE(device.countLines("ls_wavelength?\n"), 2);
 
-    // Once the device speaks again, the link comes back without another settle.
-    silent->store(false);
-    QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().lastConnected(), 7000);
-    QCOMPARE(rig.recorder().countConnected(true), 2);
+    // The handshake starts over at once (no settle) and the link comes back.
+    QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().countConnected(true) == 2, 5000);
+    const std::vector<qint64> identified = arrivals(device, IdentifyCommand);
+    QCOMPARE(identified.size(), size_t(2));
+    const qint64 restartMs = (identified.at(1) - sent.at(AnsweredPolls + 1)) / NsPerMs;
+    QVERIFY2(restartMs < 2000 + 1000, qPrintable(QString::number(restartMs)));
+
+    // The lost command was dropped, not written a third time, and polling resumes.
+    QTRY_VERIFY(device.countLines("ls_wavelength?\n") >= AnsweredPolls + 4);
+    const std::vector<PtyDevice::Line> lines = device.lines();
+    size_t identifyIndex = 0;
+    for (size_t index = 1; index < lines.size(); ++index) {
+        if (lines.at(index).text == IdentifyCommand) {
+            identifyIndex = index;
+        }
+    }
+    QVERIFY(identifyIndex > 1);
+    QCOMPARE(lines.at(identifyIndex - 1).text, QByteArray("ls_wavelength?\n"));
+    QCOMPARE(lines.at(identifyIndex - 2).text, QByteArray("ls_wavelength?\n"));
+    QCOMPARE(lines.at(identifyIndex + 1).text, QByteArray(StatusCommand));
+    QCOMPARE(lines.at(identifyIndex + 2).text, QByteArray("ls_wavelength?\n"));
 }
 
 void TestSerialHandlerHandshake::crLfEchoDoesNotAcknowledge()
