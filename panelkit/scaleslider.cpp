@@ -274,7 +274,17 @@ void ScaleSlider::stepBy(int count)
     }
     const int direction = count > 0 ? 1 : -1;
     const int last = m_positions - 1;
-    int target = qBound(0, positionOf(m_value) + count, last);
+    // A value between two stops (set by the program) steps to the stop on the chosen side.
+    int from = positionOf(m_value);
+    const double atFrom = valueAt(from);
+    if (!sameAtDecimals(atFrom, m_value, m_decimals)) {
+        if (direction > 0 && atFrom > m_value) {
+            from -= 1;
+        } else if (direction < 0 && atFrom < m_value) {
+            from += 1;
+        }
+    }
+    int target = qBound(0, from + count, last);
     // Rounded positions near the low end of a long logarithmic scale print alike; a key
     // press should always reach the next value the operator can see.
     while (target > 0 && target < last && sameAtDecimals(valueAt(target), m_value, m_decimals)) {

@@ -137,11 +137,26 @@ private slots:
         QVERIFY2(QList<double>({10, 20, 25}).contains(dropped),
                  qPrintable(QString::number(dropped)));
 
+        // A device value between two steps: each key goes to the step on its side.
+        spies.value.clear();
+        slider->setValue(22);
+        handle->setFocus();
+        QTest::keyClick(handle, Qt::Key_Left);
+        QCOMPARE(spies.value.count(), 1);
+        QCOMPARE(spies.value.at(0).at(0).toDouble(), 20.0);
+        slider->setValue(22);
+        QTest::keyClick(handle, Qt::Key_Right);
+        QCOMPARE(spies.value.count(), 2);
+        QCOMPARE(spies.value.at(1).at(0).toDouble(), 25.0);
+
         // A typed value snaps to the nearest step.
         spies.value.clear();
-        type(slider.get(), QStringLiteral("31"));
+        type(slider.get(), QStringLiteral("13"));
         QCOMPARE(spies.value.count(), 1);
-        QCOMPARE(spies.value.at(0).at(0).toDouble(), 25.0);
+        QCOMPARE(spies.value.at(0).at(0).toDouble(), 10.0);
+        type(slider.get(), QStringLiteral("37"));
+        QCOMPARE(spies.value.count(), 2);
+        QCOMPARE(spies.value.at(1).at(0).toDouble(), 25.0);
     }
 
     void unitSwitchingKeepsEachUnitsRangeAndValue()
