@@ -27,7 +27,7 @@ private:
 
     double anyDouble()
     {
-        static const double s_special[] = {std::numeric_limits<double>::quiet_NaN(),
+        static const double s_hostile[] = {std::numeric_limits<double>::quiet_NaN(),
                                            std::numeric_limits<double>::infinity(),
                                            -std::numeric_limits<double>::infinity(),
                                            0.0,
@@ -39,7 +39,7 @@ private:
                                            std::numeric_limits<double>::lowest()};
         switch (m_random.bounded(4)) {
         case 0:
-            return s_special[m_random.bounded(int(std::size(s_special)))];
+            return s_hostile[m_random.bounded(int(std::size(s_hostile)))];
         case 1:
             return m_random.bounded(200) - 50;
         default:
