@@ -155,7 +155,12 @@ void VelutraSerialHandler::slotAppendSettingsCommand(const QString &command, boo
     // Held commands are parked for good: only commands queued without hold are
     // ever transmitted.
     if (hold) {
-        m_heldList.append(withLineEnd(command));
+        // A held command is never sent, so a second copy of it would only take
+        // up memory for as long as the link stays open.
+        const QString stored = withLineEnd(command);
+        if (!m_heldList.contains(stored)) {
+            m_heldList.append(stored);
+        }
     } else {
         m_settingsQueue.append(withLineEnd(command));
     }
@@ -171,7 +176,9 @@ void VelutraSerialHandler::slotMainLoop()
     // A read-error storm is only recognised inside one tick.
     m_readErrorsThisTick = 0;
 
-    if (m_closeRequested) {
+    // The very first tick always initialises, so that the timers exist before
+    // anything can use them, even if a close request came in before it.
+    if (m_closeRequested && m_mainState != StateInitialise) {
         closeIfRequested();
     } else {
         switch (m_mainState) {
@@ -391,7 +398,7 @@ void VelutraSerialHandler::closePort()
         return;
     }
     const QString name = m_openPortName;
-    m_port->disconnect(this);
+    m_port->disconnect();
     if (m_port->isOpen()) {
         m_port->close();
     }

@@ -26,6 +26,7 @@ private slots:
     void lineControlRefusalDoesNotFailOpen();
     void secondOpenClosesFirstPort();
     void closeWithoutPortIsHarmless();
+    void requestsBeforeFirstTick();
     void errorTexts_data();
     void errorTexts();
     void repeatedReadErrorsAreReportedOnce();
@@ -275,6 +276,23 @@ void TestSerialHandlerFraming::closeWithoutPortIsHarmless()
 
     PtyDevice device;
     QVERIFY(openDevice(rig, device));
+}
+
+void TestSerialHandlerFraming::requestsBeforeFirstTick()
+{
+    // Requests may arrive before the scheduler has run at all.
+    PtyDevice device;
+    QVERIFY(device.isValid());
+    HandlerRig rig(HandlerRig::Thread::Main);
+    QVERIFY(QMetaObject::invokeMethod(rig.handler(), "slotCloseCommunication",
+                                      Qt::DirectConnection));
+    QVERIFY(QMetaObject::invokeMethod(rig.handler(), "slotOpenCommunication", Qt::DirectConnection,
+                                      Q_ARG(QString, device.slavePath())));
+    device.setResponder(readyLaserReply);
+    device.start();
+    QTRY_COMPARE(rig.recorder().opened, QStringList{device.slavePath()});
+    QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().lastConnected(), 8000);
+    QVERIFY(rig.recorder().closed.isEmpty());
 }
 
 void TestSerialHandlerFraming::errorTexts_data()
