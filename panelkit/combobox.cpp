@@ -61,6 +61,9 @@ void ComboBox::setItemVisibility(int index, bool visible)
                               << "to show or hide";
         return;
     }
+    if (isItemVisible(index) == visible) {
+        return;
+    }
     if (auto *list = qobject_cast<QListView *>(view())) {
         list->setRowHidden(index, !visible);
     }

@@ -494,7 +494,10 @@ void ComboSlider::setUnitVisibility(int scale, int unit, bool visible)
 
 void ComboSlider::showValue(double value, int decimals)
 {
-    m_valueEdit->setText(formatNumber(value, decimals));
+    const QString text = formatNumber(value, decimals);
+    if (m_valueEdit->text() != text) {
+        m_valueEdit->setText(text);
+    }
     m_valueEdit->setModified(false);
 }
 
