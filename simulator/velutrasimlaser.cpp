@@ -834,9 +834,9 @@ void VelutraSimLaser::laserWavelengthSet(const QByteArray &argument, QByteArray 
         reply += "Wavelength index out of range.\n";
         return;
     }
-    m_laserWavelength = value;
+    // The laser's wavelength register drives the module's output selector; without a
+    // module there is nothing to move and nothing to report.
     if (hasModule()) {
-        // The laser's wavelength register drives the module's output selector.
         wavelengthSet(argument, reply);
     }
 }

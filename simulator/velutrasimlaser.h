@@ -194,7 +194,6 @@ private:
     double m_energyNj = 5000.0;
     int m_digitalGate = 0;
     bool m_debug = false;
-    int m_laserWavelength = 0;
     double m_deviceOnSeconds = 1234.0 * 3600 + 56 * 60;
     double m_emissionSeconds = 789.0 * 3600 + 12 * 60;
 
