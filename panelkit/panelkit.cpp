@@ -101,6 +101,13 @@ QPushButton:disabled {
     background-color: @panel;
     border: 1px solid @border;
 }
+QToolButton {
+    color: @text;
+    border-radius: 3px;
+    padding: 3px 10px;
+    min-height: 18px;
+}
+QToolButton:focus { border: 2px solid @text; }
 )";
 
 const char *const s_applicationSheet = R"(
@@ -369,6 +376,8 @@ QString getApplicationStylesheet()
 {
     QString sheet = QLatin1String(s_applicationSheet) + QLatin1String(s_buttonBase);
     sheet += buttonRules(QStringLiteral("QPushButton"), s_buttonFaces[2]);
+    // Small page tools (clear, save, print, send) take the quiet face.
+    sheet += buttonRules(QStringLiteral("QToolButton"), s_buttonFaces[0]);
     for (const ButtonFace &face : s_buttonFaces) {
         sheet += buttonRules(QStringLiteral("Button[buttonColor=\"%1\"]").arg(face.code), face);
     }
