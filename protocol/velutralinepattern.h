@@ -20,8 +20,10 @@
 // literal after the other. No backtracking, no allocation. Patterns made of runs that
 // cannot overlap go to VelutraRunMatcher; the rest to QRegExp.
 //
-// Before either, the literal text a pattern starts with (after "^", or after "^.*"
-// anywhere in the line) is tested: most lines fail that test and cost a few compares.
+// Before QRegExp runs, the literal text the pattern starts with (after "^", or after "^.*"
+// anywhere in the line) is tested: most lines fail that test and cost a few compares. The
+// characters a match can begin with (canStartWith()) let the decoder skip a pattern for a
+// line without looking at it at all.
 class VelutraLinePattern
 {
 public:
