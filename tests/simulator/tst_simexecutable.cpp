@@ -30,6 +30,10 @@ private slots:
     void standardInputControlAndSigint();
     void traceRecordsEveryByte();
     void pacedByDefault();
+    void startOptions_data();
+    void startOptions();
+    void startFaultsThatCorruptTheLine();
+    void linkRefusesToReplaceAFile();
 };
 
 namespace {
@@ -362,6 +366,154 @@ void TestSimExecutable::pacedByDefault()
     process.terminate();
     QVERIFY(process.waitForFinished(10000));
     QCOMPARE(process.exitCode(), 0);
+}
+
+void TestSimExecutable::startOptions_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("expected");
+    const auto row = [](const char *name, const QStringList &arguments, const char *command,
+                        const char *expected) {
+        QTest::newRow(name) << arguments << QByteArray(command) << QByteArray(expected);
+    };
+    row("no echo", {"--no-echo"}, "e_freq?\n", "Frequency index parameter: 4\n");
+    row("crlf", {"--crlf"}, "e_freq?\n", "e_freq?\r\nFrequency index parameter: 4\r\n");
+    row("unknown lines", {"--unknown-lines"}, "e_freq?\n",
+        "Unexpected status report 1\ne_freq?\nFrequency index parameter: 4\n");
+    row("hg error", {"--hg-error", "17"}, "ls_errorcode?\n",
+        "ls_errorcode?\nZEL HG\tErrorcode=17\n");
+    row("hg flags", {"--hg-flags", "0x18"}, "ls_status?\n",
+        "ls_status?\nZEL HG\tStatus flags=0018\n");
+    row("shutter", {"--shutter-warning"}, "ls_status?\n",
+        "ls_status?\nZEL HG\tStatus flags=0000\nZEL HG\tShutter in wrong position.\n");
+    row("state enabled", {"--state", "enabled"}, "ly_vtx2_dev_status?\n",
+        "ly_vtx2_dev_status?\nly_vtx2_dev_status 129\n");
+    row("debug output", {"--debug-output"}, "d2?\n",
+        "d2?\nDebugging on communication channel 2 enabled\n");
+    row("no module", {"--module", "none"}, "ls?\n",
+        "ls?\nNo harmonic generation module connected.\n");
+    row("module 0x90", {"--module", "0x90"}, "ls_output_config?\n",
+        "ls_output_config?\nZEL HG WL output config: 0x03\n");
+}
+
+void TestSimExecutable::startOptions()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, expected);
+    QProcess process;
+    ProcessGuard guard{process};
+    QString port;
+    QVERIFY(start(process, arguments + QStringList{QStringLiteral("--no-pacing")}, &port));
+    SimTestClient client;
+    QVERIFY(client.open(port));
+    QCOMPARE(client.exchange(command), expected);
+}
+
+void TestSimExecutable::startFaultsThatCorruptTheLine()
+{
+    const QByteArray clean = "e_freq?\nFrequency index parameter: 4\n";
+    {
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--silent")}, &port));
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        client.send("e_freq?\n");
+        client.pump(400);
+        QCOMPARE(client.received(), QByteArray());
+    }
+    {
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(start(
+                process,
+                {QStringLiteral("--no-pacing"), QStringLiteral("--garbage"), QStringLiteral("5")},
+                &port));
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        const QByteArray reply = client.exchange("e_freq?\n");
+        QCOMPARE(reply.size(), clean.size() + 5);
+        QVERIFY(reply.endsWith(clean));
+    }
+    {
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(start(process,
+                      {QStringLiteral("--no-pacing"), QStringLiteral("--fragment"),
+                       QStringLiteral("4:60")},
+                      &port));
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        QCOMPARE(client.exchange("e_freq?\n", 250), clean);
+        QVERIFY(client.chunks().size() >= 3);
+        QVERIFY(client.chunks().last().atNs - client.chunks().first().atNs
+                >= qint64(9 * 60 * 95 / 100) * 1000000);
+    }
+    {
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--flood")}, &port));
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        client.clear();
+        QVERIFY(client.waitFor([&]() { return client.received().size() >= 10000; }, 5000));
+        QVERIFY(!client.received().contains('\n'));
+        QCOMPARE(control(socketFor(process.processId()), "flood off"), QByteArray("ok"));
+    }
+    {
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(start(process,
+                      {QStringLiteral("--no-pacing"), QStringLiteral("--application"),
+                       QStringLiteral("SW_MAIN_006_VTX.2.1"), QStringLiteral("--model"),
+                       QStringLiteral("Velutra-2"), QStringLiteral("--speed"),
+                       QStringLiteral("20")},
+                      &port));
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        const QList<QByteArray> lines = SimTestClient::lines(client.exchange("ly_system_info\n"));
+        QVERIFY(lines.value(1).startsWith("Velutra-2 Hardware:"));
+        QCOMPARE(lines.value(2), QByteArray("SW_MAIN_006_VTX.2.1"));
+        client.clear();
+        client.send("ly_vtx2_standby\n");
+        QVERIFY(client.waitForText("Standby = ok\n", 3000)); // 6 s at speed 20
+    }
+}
+
+void TestSimExecutable::linkRefusesToReplaceAFile()
+{
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    const QString path = folder.filePath(QStringLiteral("precious"));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("keep me");
+    file.close();
+    QProcess process;
+    ProcessGuard guard{process};
+    process.start(s_executable, {QStringLiteral("--link"), path});
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitCode(), 1);
+    QVERIFY(process.readAllStandardError().contains("is not a symbolic link"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("keep me"));
+
+    // A link left behind by an earlier run is replaced.
+    const QString link = folder.filePath(QStringLiteral("laser"));
+    QVERIFY(QFile::link(QStringLiteral("/dev/null"), link));
+    QProcess second;
+    ProcessGuard secondGuard{second};
+    QString port;
+    QVERIFY(start(second, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
+    QCOMPARE(port, link);
+    QVERIFY(QFileInfo(link).symLinkTarget().startsWith(QLatin1String("/dev/pts/")));
 }
 
 QTEST_GUILESS_MAIN(TestSimExecutable)
