@@ -96,7 +96,7 @@ VelutraSerialHandler::VelutraSerialHandler(QObject *parent)
 VelutraSerialHandler::~VelutraSerialHandler()
 {
     if (m_port) {
-        m_port->disconnect(this);
+        m_port->disconnect();
         if (m_port->isOpen()) {
             m_port->close();
         }
@@ -465,9 +465,14 @@ void VelutraSerialHandler::slotReadyRead()
 
     // The next write is due 16 ms after this read. Ticks locked to the previous
     // write would find the gap just short and wait a further tick; moving the
-    // tick phase makes one land as the gap ends, and ticks never come less often.
+    // tick phase makes one land as the gap ends. While polling with no setting
+    // waiting, a tick before then could do nothing, so it is skipped: every
+    // tick is a wake-up, and wake-ups are most of what the link costs.
     if (m_tickTimer && m_mainState >= StateSendConnect && m_mainState <= StateRunning) {
-        rearmTick(MinimumQuietMs - TickIntervalMs);
+        const bool nothingBeforeGap = m_mainState == StateRunning && m_identified
+                                      && m_settingsQueue.isEmpty() && !m_closeRequested
+                                      && !m_openRequested;
+        rearmTick(nothingBeforeGap ? MinimumQuietMs : MinimumQuietMs - TickIntervalMs);
     }
 }
 

@@ -60,13 +60,13 @@ bool isHandshake(const QByteArray &line)
         return line + "value 1234\r\n";
     });
 
-    // The handshake's last status query is not yet polling: count from the
-    // first line after the first full polling cycle has begun.
+    // Lines 0 and 1 are the handshake and line 2 the first poll, written on the
+    // change to the running state; turnaround is measured from line 3 on.
     for (;;) {
         if (!device.pump(100)) {
             _exit(0);
         }
-        if (commandsToMeasure > 0 && device.lineCount() >= commandsToMeasure + 4) {
+        if (commandsToMeasure > 0 && device.lineCount() >= commandsToMeasure + 3) {
             break;
         }
     }
