@@ -272,8 +272,8 @@ void VelutraSerialHandler::openRequestedPort()
     m_port->setStopBits(QSerialPort::OneStop);
     m_port->setFlowControl(QSerialPort::NoFlowControl);
     // Pseudo-terminals (the virtual laser) refuse the modem lines; the link works
-    // without them, so a refusal is noted once in the debug log rather than
-    // reported to the operator. The port's error signal is not connected yet, so
+    // without them, so a refusal is noted once per open in the program's log
+    // (info level) rather than reported to the operator. The port's error signal is not connected yet, so
     // the refusal does not reach the status log either.
     const bool dataTerminalReady = m_port->setDataTerminalReady(true);
     const bool requestToSend = m_port->setRequestToSend(true);
