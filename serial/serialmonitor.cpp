@@ -33,6 +33,11 @@ SerialMonitor::SerialMonitor(QWidget *parent)
 {
     m_ui->setupUi(this);
     m_ui->plainTextEditTraffic->setMaximumBlockCount(MaximumLines);
+    // The traffic colours (black tags, blue marks, magenta bytes) are made for a light
+    // page; keep this view light whatever the application's theme.
+    m_ui->plainTextEditTraffic->setStyleSheet(
+            QStringLiteral("QPlainTextEdit { background-color: #f7f7f4; color: #202020; "
+                           "selection-background-color: #9cc7e6; selection-color: #000000; }"));
 
     connect(m_ui->toolButtonClear, &QToolButton::clicked, this,
             &SerialMonitor::onToolButtonClear_clicked);
