@@ -6,6 +6,7 @@
 #include <QDate>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -19,6 +20,15 @@ void createFile(const QString &path, const QDateTime &modified)
     // Flushed first, or closing would write again and stamp the file with the present time.
     QVERIFY(file.flush());
     QVERIFY(file.setFileTime(modified, QFileDevice::FileModificationTime));
+}
+
+// A folder that cannot be created: a plain file stands where its parent should be.
+QString folderBehindAFile(const QTemporaryDir &dir)
+{
+    const QString blocker = dir.filePath(QStringLiteral("plainfile"));
+    QFile file(blocker);
+    file.open(QIODevice::WriteOnly);
+    return blocker + QStringLiteral("/logs");
 }
 
 } // namespace
@@ -44,11 +54,7 @@ private slots:
     void uncreatableFolderGivesEmptyPath()
     {
         QTemporaryDir dir;
-        const QString blocker = dir.filePath(QStringLiteral("plainfile"));
-        QFile file(blocker);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
-        QCOMPARE(LogFiles::logFilePath(blocker + QStringLiteral("/logs")), QString());
+        QCOMPARE(LogFiles::logFilePath(folderBehindAFile(dir)), QString());
     }
 
     void pruningKeepsTheNewestTen()
@@ -131,13 +137,11 @@ private slots:
     void uncreatableFolderLogsToConsoleAndPrunesNothing()
     {
         QTemporaryDir dir;
-        const QString blocker = dir.filePath(QStringLiteral("plainfile"));
-        QFile file(blocker);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
-        AbstractAppender *appender = LogFiles::startLogging(blocker + QStringLiteral("/logs"));
+        const QString folder = folderBehindAFile(dir);
+        AbstractAppender *appender = LogFiles::startLogging(folder);
         QVERIFY(dynamic_cast<ConsoleAppender *>(appender));
-        QVERIFY(QFile::exists(blocker));
+        QVERIFY(QFileInfo(QFileInfo(folder).path()).isFile());
+        QVERIFY(!QFileInfo::exists(folder));
     }
 };
 
