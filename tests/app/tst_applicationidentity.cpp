@@ -42,8 +42,8 @@ private slots:
         QCOMPARE(QCoreApplication::applicationName(), QStringLiteral("VELUTRA-XP"));
         QCOMPARE(QCoreApplication::applicationVersion(), QStringLiteral("1.0.25.680"));
         QVERIFY(!QCoreApplication::organizationDomain().isEmpty());
-        const QString date = qApp->property("BUILDDATE").toString();
-        const QString time = qApp->property("BUILDTIME").toString();
+        const QString date = QCoreApplication::instance()->property("BUILDDATE").toString();
+        const QString time = QCoreApplication::instance()->property("BUILDTIME").toString();
         QVERIFY2(
                 QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d$")).match(date).hasMatch(),
                 qPrintable(date));
