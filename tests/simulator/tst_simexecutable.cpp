@@ -1,6 +1,7 @@
 // The real velutra-sim executable: its first line, its advertisement, its control
 // channels, its trace, its default pacing and its clean exit on a signal.
 
+#include "simprocess.h"
 #include "simtestclient.h"
 
 #include <QDir>
@@ -54,25 +55,6 @@ QString advertFor(qint64 pid)
 QString socketFor(qint64 pid)
 {
     return runtimeFolder() + QStringLiteral("/velutra-sim-%1.sock").arg(pid);
-}
-
-// Starts the simulator and reads the port name from its first line.
-bool start(QProcess &process, const QStringList &arguments, QString *port)
-{
-    process.start(s_executable, arguments);
-    if (!process.waitForStarted(5000)) {
-        return false;
-    }
-    QElapsedTimer timer;
-    timer.start();
-    while (!process.canReadLine() && timer.elapsed() < 10000) {
-        process.waitForReadyRead(100);
-    }
-    if (!process.canReadLine()) {
-        return false;
-    }
-    *port = QString::fromLocal8Bit(process.readLine()).trimmed();
-    return true;
 }
 
 // One control command through the Unix-domain socket; returns the answer line.
@@ -177,7 +159,8 @@ void TestSimExecutable::printsAdvertisesAndCleansUpOnSigterm()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
+    QVERIFY(startSimulatorProcess(
+            process, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
     const qint64 pid = process.processId();
     QCOMPARE(port, link);
     QFileInfo info(link);
@@ -225,10 +208,11 @@ void TestSimExecutable::controlSocketUnplugReplugQuit()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(process,
-                  {QStringLiteral("--no-pacing"), QStringLiteral("--module"),
-                   QStringLiteral("0x86"), QStringLiteral("--model"), QStringLiteral("Velutra-3")},
-                  &port));
+    QVERIFY(startSimulatorProcess(process,
+                                  {QStringLiteral("--no-pacing"), QStringLiteral("--module"),
+                                   QStringLiteral("0x86"), QStringLiteral("--model"),
+                                   QStringLiteral("Velutra-3")},
+                                  &port));
     const qint64 pid = process.processId();
     QVERIFY(port.startsWith(QLatin1String("/dev/pts/")));
     QVERIFY(readAdvert(pid).contains(
@@ -270,8 +254,9 @@ void TestSimExecutable::standardInputControlAndSigint()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--no-control-socket")},
-                  &port));
+    QVERIFY(startSimulatorProcess(
+            process, {QStringLiteral("--no-pacing"), QStringLiteral("--no-control-socket")},
+            &port));
     const qint64 pid = process.processId();
     QVERIFY(!QFileInfo::exists(socketFor(pid)));
     process.write("hg-error 12\nhg-flags 18\nbogus\n");
@@ -308,8 +293,8 @@ void TestSimExecutable::traceRecordsEveryByte()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--trace"), trace},
-                  &port));
+    QVERIFY(startSimulatorProcess(
+            process, {QStringLiteral("--no-pacing"), QStringLiteral("--trace"), trace}, &port));
     {
         SimTestClient client;
         QVERIFY(client.open(port));
@@ -341,7 +326,7 @@ void TestSimExecutable::pacedByDefault()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(process, {}, &port));
+    QVERIFY(startSimulatorProcess(process, {}, &port));
     const qint64 pid = process.processId();
     {
         SimTestClient client;
@@ -405,7 +390,8 @@ void TestSimExecutable::startOptions()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(process, arguments + QStringList{QStringLiteral("--no-pacing")}, &port));
+    QVERIFY(startSimulatorProcess(process, arguments + QStringList{QStringLiteral("--no-pacing")},
+                                  &port));
     SimTestClient client;
     QVERIFY(client.open(port));
     QCOMPARE(client.exchange(command), expected);
@@ -418,7 +404,8 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
         QProcess process;
         ProcessGuard guard{process};
         QString port;
-        QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--silent")}, &port));
+        QVERIFY(startSimulatorProcess(
+                process, {QStringLiteral("--no-pacing"), QStringLiteral("--silent")}, &port));
         SimTestClient client;
         QVERIFY(client.open(port));
         client.send("e_freq?\n");
@@ -429,7 +416,7 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
         QProcess process;
         ProcessGuard guard{process};
         QString port;
-        QVERIFY(start(
+        QVERIFY(startSimulatorProcess(
                 process,
                 {QStringLiteral("--no-pacing"), QStringLiteral("--garbage"), QStringLiteral("5")},
                 &port));
@@ -443,10 +430,10 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
         QProcess process;
         ProcessGuard guard{process};
         QString port;
-        QVERIFY(start(process,
-                      {QStringLiteral("--no-pacing"), QStringLiteral("--fragment"),
-                       QStringLiteral("4:60")},
-                      &port));
+        QVERIFY(startSimulatorProcess(process,
+                                      {QStringLiteral("--no-pacing"), QStringLiteral("--fragment"),
+                                       QStringLiteral("4:60")},
+                                      &port));
         SimTestClient client;
         QVERIFY(client.open(port));
         QCOMPARE(client.exchange("e_freq?\n", 250), clean);
@@ -458,7 +445,8 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
         QProcess process;
         ProcessGuard guard{process};
         QString port;
-        QVERIFY(start(process, {QStringLiteral("--no-pacing"), QStringLiteral("--flood")}, &port));
+        QVERIFY(startSimulatorProcess(
+                process, {QStringLiteral("--no-pacing"), QStringLiteral("--flood")}, &port));
         SimTestClient client;
         QVERIFY(client.open(port));
         client.clear();
@@ -470,12 +458,12 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
         QProcess process;
         ProcessGuard guard{process};
         QString port;
-        QVERIFY(start(process,
-                      {QStringLiteral("--no-pacing"), QStringLiteral("--application"),
-                       QStringLiteral("SW_MAIN_006_VTX.2.1"), QStringLiteral("--model"),
-                       QStringLiteral("Velutra-2"), QStringLiteral("--speed"),
-                       QStringLiteral("20")},
-                      &port));
+        QVERIFY(startSimulatorProcess(
+                process,
+                {QStringLiteral("--no-pacing"), QStringLiteral("--application"),
+                 QStringLiteral("SW_MAIN_006_VTX.2.1"), QStringLiteral("--model"),
+                 QStringLiteral("Velutra-2"), QStringLiteral("--speed"), QStringLiteral("20")},
+                &port));
         SimTestClient client;
         QVERIFY(client.open(port));
         const QList<QByteArray> lines = SimTestClient::lines(client.exchange("ly_system_info\n"));
@@ -511,7 +499,8 @@ void TestSimExecutable::linkRefusesToReplaceAFile()
     QProcess second;
     ProcessGuard secondGuard{second};
     QString port;
-    QVERIFY(start(second, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
+    QVERIFY(startSimulatorProcess(
+            second, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
     QCOMPARE(port, link);
     QVERIFY(QFileInfo(link).symLinkTarget().startsWith(QLatin1String("/dev/pts/")));
 }

@@ -2,6 +2,7 @@
 // forgets it when the laser is unplugged or ends.
 
 #include "serialportlist.h"
+#include "simprocess.h"
 
 #include <QFile>
 #include <QProcess>
@@ -42,21 +43,6 @@ struct ProcessGuard
         }
     }
 };
-
-bool start(QProcess &process, const QStringList &arguments, QString *port)
-{
-    process.start(s_executable, arguments);
-    if (!process.waitForStarted(5000)) {
-        return false;
-    }
-    QElapsedTimer timer;
-    timer.start();
-    while (!process.canReadLine() && timer.elapsed() < 10000) {
-        process.waitForReadyRead(100);
-    }
-    *port = QString::fromLocal8Bit(process.readLine()).trimmed();
-    return !port->isEmpty();
-}
 
 QByteArray control(qint64 pid, const QByteArray &command)
 {
@@ -111,7 +97,7 @@ void TestSimListed::portListShowsTheVirtualLaser()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(
+    QVERIFY(startSimulatorProcess(
             process,
             {QStringLiteral("--module"), QStringLiteral("0x93"), QStringLiteral("--no-pacing")},
             &port));
@@ -142,7 +128,8 @@ void TestSimListed::programListsTheVirtualLaser()
     QProcess process;
     ProcessGuard guard{process};
     QString port;
-    QVERIFY(start(process, {QStringLiteral("--module"), QStringLiteral("0x93")}, &port));
+    QVERIFY(startSimulatorProcess(process, {QStringLiteral("--module"), QStringLiteral("0x93")},
+                                  &port));
     QProcess program;
     program.start(QStringLiteral(VELUTRA_XP_EXECUTABLE), {QStringLiteral("--list-ports")});
     QVERIFY(program.waitForFinished(20000));
