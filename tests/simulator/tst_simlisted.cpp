@@ -27,7 +27,6 @@ private slots:
 
 namespace {
 
-const QString s_executable = QStringLiteral(VELUTRA_SIM_EXECUTABLE);
 
 struct ProcessGuard
 {
