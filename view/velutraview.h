@@ -1,0 +1,240 @@
+#ifndef VELUTRAVIEW_H
+#define VELUTRAVIEW_H
+
+#include "mainview.h"
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+class QAbstractButton;
+
+// The laser's control panel: every value the controller knows, and every operator action as
+// one of the change signals below.
+//
+// The view holds no device logic. Values, ranges and visibility arrive through the public
+// slots; a value pushed in through a slot never comes back out as a change signal, because
+// each change signal is a command to the laser. The only logic kept here is local: unit and
+// scale switching on the sliders, the two prompts before a wavelength change, the wait dialog
+// while the crystal moves, and the formatting of read-outs.
+//
+// Page indices are fixed by construction order: 0 Control, 1 View, 2 Temperature Details,
+// 3 System Details, 4 System settings, 5 Harmonic Generator.
+class VelutraView : public MainView
+{
+    Q_OBJECT
+
+public:
+    explicit VelutraView(QWidget *parent = nullptr);
+    ~VelutraView() override;
+
+    enum Page {
+        ControlPage = 0,
+        ViewPage = 1,
+        TemperatureDetailsPage = 2,
+        SystemDetailsPage = 3,
+        SystemSettingsPage = 4,
+        HarmonicGeneratorPage = 5,
+    };
+
+public slots:
+    // ---- Control page, side panel, settings pages (velutraview.cpp, velutraview_control.cpp)
+    void setOperatingMode(int index);
+    void setWavelengthSelectorCombo(int index);
+    void setWavelengthSelectorComboItemVisibility(int item, bool visible);
+    void setWavelengthSelectorComboVisibility(bool visible);
+    void setPowerMeasuredGreen_uJ(double microjoules);
+    void setPowerMeasuredGreen_uJVisibility(bool visible);
+    void setPowerMeasuredUV_uJ(double microjoules);
+    void setPowerMeasuredUV_uJVisibility(bool visible);
+    void setPowerMeasuredDUV_uJ(double microjoules);
+    void setPowerMeasuredDUV_uJVisibility(bool visible);
+    void setPowerMeasuredIR_uJ(double microjoules);
+    void setPowerMeasuredIR_uJVisibility(bool visible);
+    void setPowerSetpoint_uJ(double microjoules);
+    void setPowerSetpoint_Percent(double percent);
+    void setPowerSetpointIndex(int index);
+    void setPowerSetpointIndexVisibility(int index, bool visible);
+    void setPowerRange_uJ(double first, double second);
+    void setPowerRangePercent(double first, double second);
+    void setPowerSliderVisibility(bool visible);
+    void setOutputRepRate(double kilohertz);
+    void setOutputRepRateVisibility(bool visible);
+    void setRepRate(double kilohertz);
+    void setRepRateDivider(double divider);
+    void setRepRateSteps(const QList<double> &steps);
+    void setRepRateDividerSteps(const QList<double> &steps);
+    void setRepRateSliderVisibility(bool visible);
+    void setRepRateSliderDisabled(bool disabled);
+    void setRepRateScaleIndex(int index);
+    void setDivision(double factor);
+    void setDivisionRange(double minimum, double maximum);
+    void setDivisionSliderVisibility(bool visible);
+    void setDivisionSliderDisabled(bool disabled);
+    void setPowerOnIndicator(bool on);
+    void setErrorIndicator(bool on);
+    void setWarningIndicator(bool on);
+    void setDeviceSetupIndicator(bool on);
+    void setShutterIndicator(bool on);
+    void setWavelengthSelector(int index);
+    void setWavelengthSelectorEnabled(bool enabled);
+    void enableWavelengths(bool entry0, bool entry1, bool entry2);
+    void setOvenFaultIndicator(bool on);
+    void setOvenFaultIndicatorVisibility(bool visible);
+    void setHumidityFaultIndicator(bool on);
+    void setHumidityFaultIndicatorVisibility(bool visible);
+    void setErrorcodeHGIndicator(bool on);
+    void setErrorcodeHGMessage(const QString &message);
+    void setErrorcodeHGIndicatorVisible(bool visible);
+    void setOutputPowerIRMeasuredW(double watts);
+    void setOutputPowerIRMeasuredWVisibility(bool visible);
+    void setOutputPowerGreenMeasuredW(double watts);
+    void setOutputPowerGreenMeasuredWVisibility(bool visible);
+    void setOutputPowerUVMeasuredW(double watts);
+    void setOutputPowerUVMeasuredWVisibility(bool visible);
+    void setOutputPowerDUVMeasuredW(double watts);
+    void setOutputPowerDUVMeasuredWVisibility(bool visible);
+    void setOvenMode(int index);
+    void setOvenModeVisibility(bool visible);
+    void setOvenModeReadOnly(bool readOnly);
+    void setOven1TempSetpoint(double celsius);
+    void setOven1TempSetpointRange(double minimum, double maximum);
+    void setOven1TempSetpointVisibility(bool visible);
+    void setOven2TempSetpoint(double celsius);
+    void setOven2TempSetpointRange(double minimum, double maximum);
+    void setOven2TempSetpointVisibility(bool visible);
+    void setOven1TempActual(double celsius);
+    void setOven1TempActualVisibility(bool visible);
+    void setOven2TempActual(double celsius);
+    void setOven2TempActualVisibility(bool visible);
+    void setCrystalPosition(int spot);
+    void setCrystalPositionRange(int first, int last);
+    void setCrystalPositionReadOnly(bool readOnly);
+    void setCrystalPositionVisibility(bool visible);
+    void setCrystalCurRuntime(quint64 seconds);
+    void setCrystalMaxRuntime(quint64 seconds);
+    void setHumidityMonitor(int percent);
+    void setHumidityMonitorVisibility(bool visible);
+    void setDigitalGate(int mode);
+    void setDigitalGateVisible(bool visible);
+    void setDynamicWavelengthFeature(int enabled);
+    void setDynamicWavelengthFeatureVisibility(bool visible);
+    void setDynamicWLS_IR_uJ(double microjoules);
+    void setDynamicWLS_IR_Percent(double percent);
+    void setDynamicWLS_IR_Visibility(bool visible);
+    void setDynamicWLS_Green_uJ(double microjoules);
+    void setDynamicWLS_Green_Percent(double percent);
+    void setDynamicWLS_Green_Visibility(bool visible);
+    void setDynamicWLS_UV_uJ(double microjoules);
+    void setDynamicWLS_UV_Percent(double percent);
+    void setDynamicWLS_UV_Visibility(bool visible);
+    void setDynamicWLS_DUV_uJ(double microjoules);
+    void setDynamicWLS_DUV_Percent(double percent);
+    void setDynamicWLS_DUV_Visibility(bool visible);
+    void setSystemInfoView(bool visible);
+    void setHGSettingsPageVisibility(bool visible);
+    void setExternModulation(int index);
+    void setExternModulationVisibility(bool visible);
+    void setExternTrigger(int index);
+    void setExternTriggerVisibility(bool visible);
+    void setExternPowerlockInterval(double value);
+    void setExternPowerlockIntervalVisibility(bool visible);
+    void setAddress(int address);
+    void newOperationMode(int mode);
+    void newPowerValue(double value);
+    void newPowerIndex(int index);
+    void newWavelengthSelected(int index);
+    void newRepRateSliderValue(double value);
+    void newDigitalGateSelected(QAbstractButton *button);
+    void newDynamicWavelengthFeatureChanged(QAbstractButton *button);
+    void dynamicWLS_SaveButtonClicked();
+    void newCrystalSpotSelected(double value);
+
+    // ---- Temperature and system details, spot table, module warning (velutraview_details.cpp)
+    void setCrystalAllRuntimes(const QMap<int, quint64> &runtimes);
+    void setTemperatureVisibility1(bool visible);
+    void setTemperatureVisibility2(bool visible);
+    void setTemperatureVisibility3(bool visible);
+    void setTemperatureVisibility4(bool visible);
+    void setTemperatureVisibility5(bool visible);
+    void setTemperatureVisibility6(bool visible);
+    void setTemperatureVisibility7(bool visible);
+    void setTemperatureVisibility8(bool visible);
+    void setTemperatureVisibility9(bool visible);
+    void setTemperatureVisibility10(bool visible);
+    void setTemperatureActual1(const QString &text);
+    void setTemperatureActual2(const QString &text);
+    void setTemperatureActual3(const QString &text);
+    void setTemperatureActual4(const QString &text);
+    void setTemperatureActual5(const QString &text);
+    void setTemperatureActual6(const QString &text);
+    void setTemperatureActual7(const QString &text);
+    void setTemperatureActual8(const QString &text);
+    void setTemperatureActual9(const QString &text);
+    void setTemperatureActual10(const QString &text);
+    void setVelutraType(const QString &text);
+    void setHardwareVersion(const QString &text);
+    void setFirmwareVersion(const QString &text);
+    void setApplicationName(const QString &text);
+    void setCompilationDateTime(const QString &text);
+    void setSerialNumber(const QString &text);
+    void setLDDDeviceHardware(const QString &text);
+    void setLDDDeviceSoftware(const QString &text);
+    void setLDDDeviceRevision(const QString &text);
+    void setTECDeviceHardware(const QString &text);
+    void setTECDeviceSoftware(const QString &text);
+    void setTECDeviceRevision(const QString &text);
+    void setTimingBoardSerial(const QString &text);
+    void setTimingBoardMCU(const QString &text);
+    void setTimingBoardFPGA(const QString &text);
+    void setDeviceOnHours(const QString &text);
+    void setDeviceOnMinutes(const QString &text);
+    void setDeviceEmissionHours(const QString &text);
+    void setDeviceEmissionMinutes(const QString &text);
+    void setHGModuleInfoVisibility(bool visible);
+    void setHGModuleAddress(const QString &text);
+    void setHGModuleType(const QString &text);
+    void setHGModuleFirwareVersion(const QString &text);
+    void setHGModuleBootloaderVersion(const QString &text);
+    void setHGModuleSerialNumber(const QString &text);
+    void setHGModulePCBSerialNumber(const QString &text);
+    void setHGModuleRuntime(const QString &text);
+    void setHGModuleWarning(const QString &text);
+    void showAllSpotsButtonClicked();
+
+signals:
+    void operatingModeChanged(int index);
+    void wavelengthSelectorComboChanged(int index);
+    void power_uJ_Changed(double microjoules);
+    void powerPercentChanged(double percent);
+    void powerIndexChanged(int index);
+    void repRateChanged(double kilohertz);
+    void repRateDividerChanged(double divider);
+    void repRateScaleIndexChanged(int index);
+    void divisionChanged(double factor);
+    void systemInfoViewChanged(bool visible);
+    void wavelengthChanged(int index);
+    void ovenModeComboChanged(int index);
+    void oven1SetpointChanged(double celsius);
+    void oven2SetpointChanged(double celsius);
+    void crystalSpotSliderChanged(double spot);
+    void digitalGateModeChanged(int mode);
+    void dynamicWavelengthFeature(int enabled);
+    void dynamicWLS_SaveSetpoint(int wavelength, double microjoules);
+    void closeCrystalSpotWarningWindow();
+
+private:
+    // ---- Control page, side panel, settings pages -------------------------------------------
+    void createSidePanel();
+    void createControlPage();
+    void createViewPage();
+    void createSystemSettingsPage();
+    void createHarmonicGeneratorPage();
+    void createCrystalSpotWaitDialog();
+
+    // ---- Detail pages (velutraview_details.cpp) ----------------------------------------------
+    void createTemperatureDetailsPage();
+    void createSystemDetailsPage();
+};
+
+#endif // VELUTRAVIEW_H
