@@ -2,6 +2,7 @@
 
 #include "velutrasystemstate.h"
 
+#include <QList>
 #include <QLocale>
 #include <QMap>
 #include <QMetaMethod>
@@ -60,6 +61,14 @@ QString SignalRecorder::argumentText(int typeId, const void *argument)
                     QString::number(i.value(), 'g', QLocale::FloatingPointShortest)));
         }
         return QLatin1Char('{') + items.join(QLatin1Char(',')) + QLatin1Char('}');
+    }
+    if (typeId == qMetaTypeId<QList<double>>()) {
+        const auto &list = *static_cast<const QList<double> *>(argument);
+        QStringList items;
+        for (double value : list) {
+            items.append(QString::number(value, 'g', QLocale::FloatingPointShortest));
+        }
+        return QLatin1Char('[') + items.join(QLatin1Char(',')) + QLatin1Char(']');
     }
     if (typeId == qMetaTypeId<QMap<int, quint64>>()) {
         const auto &map = *static_cast<const QMap<int, quint64> *>(argument);
