@@ -8,6 +8,7 @@
 #include <QString>
 
 class QAbstractButton;
+class QLabel;
 
 // The laser's control panel: every value the controller knows, and every operator action as
 // one of the change signals below.
@@ -224,6 +225,11 @@ signals:
     void closeCrystalSpotWarningWindow();
 
 private:
+    // The side panel's "System info" values: built with the side panel, filled by the
+    // system-details slots.
+    QLabel *m_sidePanelSerialNumber = nullptr;
+    QLabel *m_sidePanelFirmwareVersion = nullptr;
+
     // ---- Control page, side panel, settings pages -------------------------------------------
     void createSidePanel();
     void createControlPage();
