@@ -323,6 +323,8 @@ signals:
     /// Output powers in mW.
     void sigSHGOutputPowerChanged(double);
     void sigTHGOutputPowerChanged(double);
+    /// A reply that does not fit 16 bits (flags) or 8 bits (code) is a parsing error, never
+    /// cut down: error code 256 must not read as "no error".
     void sigHGStatusFlagsChanged(quint16);
     void sigHGErrorcodeChanged(uchar);
     void sigHGOutputConfigChanged(uchar);

@@ -197,8 +197,9 @@ void VelutraSerialHandler::dropOldestSettingsCommand()
 void VelutraSerialHandler::discardSettingsOnLinkLoss()
 {
     // A setting written minutes later, after a reconnection or to another laser, could do
-    // harm; the controller sends its settings again once it hears the link is back.
-    // Queries harm nothing and are answered whenever the link returns.
+    // harm; whoever queued it can decide again once the link is back. Queries harm
+    // nothing and are answered whenever the link returns. Held commands are never
+    // written, so they are no danger here (closing clears them anyway).
     const int before = m_settingsQueue.size();
     m_settingsQueue.erase(std::remove_if(m_settingsQueue.begin(), m_settingsQueue.end(),
                                          [](const QString &command) { return !isQuery(command); }),
