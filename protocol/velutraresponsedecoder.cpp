@@ -83,6 +83,12 @@ void resetPublished(Tracked<QString> &value)
     value.publishedValid = true;
 }
 
+void resetPublished(Tracked<SystemState> &value)
+{
+    value.published = SystemStateUnknown;
+    value.publishedValid = true;
+}
+
 template<typename K, typename V>
 void resetPublished(Tracked<QMap<K, V>> &value)
 {
@@ -90,10 +96,31 @@ void resetPublished(Tracked<QMap<K, V>> &value)
     value.publishedValid = true;
 }
 
+// A flag has no impossible value. Its inverse alone would let a first report that differs
+// from the latest value slip through, so it is marked unpublished as well.
+void resetPublished(Tracked<bool> &value)
+{
+    value.published = !value.latest;
+    value.publishedValid = false;
+}
+
 template<typename T>
 void resetPublished(Tracked<T> &value)
 {
     value.publishedValid = false;
+}
+
+template<typename... T>
+void resetPublishedEach(Tracked<T> &...values)
+{
+    (resetPublished(values), ...);
+}
+
+// The power set-points are published from their text, which is empty until the first reply.
+void resetPublishedToEmpty(Tracked<QString> &value)
+{
+    value.published.clear();
+    value.publishedValid = true;
 }
 
 // Text values, in the order of their signals.
@@ -157,7 +184,9 @@ constexpr TextSignal s_textSignals[TextValueCount] = {
 
 // ---- Status records "s6" ... "s9" ----------------------------------------------------------
 
-enum class FieldType { Int, Double };
+// StatusByte: read as an int, but only its low 8 bits are kept and published, so that the
+// change filter looks at what the controller sees.
+enum class FieldType { Int, Double, StatusByte };
 
 // One token of a status record. A field without a signal is converted and kept, but not
 // published.
@@ -166,21 +195,33 @@ struct RecordField
     FieldType type;
     void (Decoder::*intSignal)(int) = nullptr;
     void (Decoder::*doubleSignal)(double) = nullptr;
+    void (Decoder::*byteSignal)(uchar) = nullptr;
 };
 
 constexpr RecordField intField(void (Decoder::*signal)(int))
 {
-    return {FieldType::Int, signal, nullptr};
+    return {FieldType::Int, signal, nullptr, nullptr};
 }
 
 constexpr RecordField doubleField(void (Decoder::*signal)(double))
 {
-    return {FieldType::Double, nullptr, signal};
+    return {FieldType::Double, nullptr, signal, nullptr};
+}
+
+constexpr RecordField statusByteField(void (Decoder::*signal)(uchar))
+{
+    return {FieldType::StatusByte, nullptr, nullptr, signal};
 }
 
 constexpr RecordField keptIntField()
 {
-    return {FieldType::Int, nullptr, nullptr};
+    return {FieldType::Int, nullptr, nullptr, nullptr};
+}
+
+constexpr bool isPublished(const RecordField &field)
+{
+    return field.intSignal != nullptr || field.doubleSignal != nullptr
+           || field.byteSignal != nullptr;
 }
 
 constexpr RecordField s_s6Fields[] = {
@@ -214,7 +255,8 @@ constexpr RecordField s_s7Fields[] = {
         intField(&Decoder::sigiDELAY_BOARD_ERRORChanged),
         intField(&Decoder::sigiErrorStatusTECChanged),
         intField(&Decoder::sigiErrorStatusLDDChanged),
-        keptIntField(),
+        // The laser's status word; the last token, so it is published after the others.
+        statusByteField(&Decoder::siguiTmpChar2Changed),
 };
 
 constexpr RecordField s_s8Fields[] = {
@@ -404,7 +446,7 @@ struct VelutraResponseDecoder::Values
     Tracked<double> records[s_statusRecordCount][s_maxRecordFields];
 
     Tracked<bool> debugging;
-    Tracked<int> systemState;
+    Tracked<SystemState> systemState;
     Tracked<QString> powerSetpoint_nJ;
     Tracked<QString> powerSetpointPercent;
     Tracked<QMap<int, double>> calibration[2];
@@ -438,6 +480,79 @@ struct VelutraResponseDecoder::Values
 
     VelutraLinePattern &pattern(int rule) { return *patterns[size_t(rule)]; }
 };
+
+// ---- Publish groups -------------------------------------------------------------------------
+//
+// One row per publish slot. Each group has a publish_<group>(bool force) slot and a
+// markStale_<group>() slot; both are generated from these rows, except the publishers of the
+// composite groups, which are written out below.
+
+// Text groups: group, first text, number of texts.
+#define VELUTRA_TEXT_GROUPS(X) \
+    X(ly_system_info_Velutra, TextVelutraType, 3) \
+    X(ly_system_info_SW_MAIN, TextApplicationName, 1) \
+    X(ly_system_info_Compiled_on, TextCompilationDateTime, 1) \
+    X(ly_system_info_Serial_number, TextSerialNumber, 1) \
+    X(ly_system_info_LLD_device, TextLddHardware, 3) \
+    X(ly_system_info_TEC_device, TextTecHardware, 3) \
+    X(ly_system_info_Timing_Board, TextTimingBoardSerial, 3) \
+    X(ly_system_info_DeviceOnTime, TextDeviceOnHours, 2) \
+    X(ly_system_info_EmissionTime, TextEmissionHours, 2) \
+    X(ls_info_ModuleAddrType, TextModuleAddress, 2) \
+    X(ls_info_FirmwareVersion, TextModuleFirmwareVersion, 1) \
+    X(ls_info_BootladerVersion, TextModuleBootloaderVersion, 1) \
+    X(ls_info_ModuleSerialNumber, TextModuleSerialNumber, 1) \
+    X(ls_info_PCBSerialNumber, TextModulePcbSerialNumber, 1)
+
+// Status records: group, record index.
+#define VELUTRA_RECORD_GROUPS(X) \
+    X(s6, 0) \
+    X(s7, 1) \
+    X(s8, 2) \
+    X(s9, 3)
+
+// A single value with a single signal: group, member of Values, signal, emitted type.
+#define VELUTRA_VALUE_GROUPS(X) \
+    X(DebuggingStatus, debugging, sigDebuggingStatusChanged, bool) \
+    X(SystemState, systemState, sigSystemStateChanged, SystemState) \
+    X(FrequencyIndex, frequencyIndex, sigFrequencyIndexChanged, int) \
+    X(FrequencyDivList, frequencyDivList, sigFrequencyDivListChanged, DivisionList) \
+    X(DivisionFactor, divisionFactor, sigDivisionFactorChanged, int) \
+    X(AOMStatus, aom, sigAOMChanged, bool) \
+    X(OvenMode, ovenMode, sigOvenModeChanged, int) \
+    X(Oven1TemperatureActual, ovenActual[0], sigOven1TempActualChanged, double) \
+    X(Oven2TemperatureActual, ovenActual[1], sigOven2TempActualChanged, double) \
+    X(HumidityActual, humidity, sigHumidityActualChanged, int) \
+    X(PiezoPositionSetting, piezoPosition, sigPiezoPositionChanged, int) \
+    X(DigitalGateSetting, digitalGate, sigDigitalGateChanged, int) \
+    X(DynamicWavelengthEnabled, dynamicWavelengthEnabled, sigDynamicWavelengthFeatureChanged, int) \
+    X(DynamicWavelengthSupport, dynamicWavelengthSupported, sigDynamicWavelengthFeatureSupported, \
+      bool) \
+    X(DynamicWLS_IR, dynamicWavelengthEnergy[0], sigDynamicWLS_IRChanged, double) \
+    X(DynamicWLS_Green, dynamicWavelengthEnergy[1], sigDynamicWLS_GreenChanged, double) \
+    X(DynamicWLS_UV, dynamicWavelengthEnergy[2], sigDynamicWLS_UVChanged, double) \
+    X(DynamicWLS_DUV, dynamicWavelengthEnergy[3], sigDynamicWLS_DUVChanged, double) \
+    X(SHGOutputPower, shgOutputPower, sigSHGOutputPowerChanged, double) \
+    X(THGOutputPower, thgOutputPower, sigTHGOutputPowerChanged, double) \
+    X(HGStatusFlags, statusFlags, sigHGStatusFlagsChanged, quint16) \
+    X(HGErrorcode, errorcode, sigHGErrorcodeChanged, uchar) \
+    X(HGOutputConfig, outputConfig, sigHGOutputConfigChanged, uchar) \
+    X(HGRuntime, moduleRuntime, sigsHGModuleRuntime, runtimeText) \
+    X(HGCrystalCurSpot, crystalSpot, sigHGCrystalCurSpotChanged, int) \
+    X(HGCrystalCurRuntime, crystalCurrentRuntime, sigHGCrystalCurRuntimeChanged, quint64) \
+    X(HGCrystalMaxRuntime, crystalMaxRuntime, sigHGCrystalMaxRuntimeChanged, quint64) \
+    X(HGCrystalAllRuntimes, crystalAllRuntimes, sigHGCrystalAllRuntimesChanged, CrystalRuntimes)
+
+// Groups whose publisher is written out by hand: group, how its published copies are reset
+// (`v` is the decoder's Values).
+#define VELUTRA_COMPOSITE_GROUPS(X) \
+    X(PowerSetpoint_nJ, resetPublishedToEmpty(v.powerSetpoint_nJ)) \
+    X(PowerSetpoint_Percent, resetPublishedToEmpty(v.powerSetpointPercent)) \
+    X(PowerSetpoint_nJ_Range, resetPublishedEach(v.calibration[0], v.calibration[1])) \
+    X(Oven1TemperatureSetpoint, \
+      resetPublishedEach(v.ovenSetpoint[0], v.ovenMinimum[0], v.ovenMaximum[0])) \
+    X(Oven2TemperatureSetpoint, \
+      resetPublishedEach(v.ovenSetpoint[1], v.ovenMinimum[1], v.ovenMaximum[1]))
 
 // ---- The dispatch table ---------------------------------------------------------------------
 //
@@ -476,7 +591,7 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
         return O::Handled;
     };
     static constexpr Handler systemState = [](D &d, const QString &, int rule) {
-        d.m_values->systemState.latest = d.m_values->rules[rule].value;
+        d.m_values->systemState.latest = SystemState(d.m_values->rules[rule].value);
         d.publish_SystemState(false);
         return O::Handled;
     };
@@ -807,7 +922,8 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
              [](D &d, const QString &, int rule) {
                  bool ok = false;
                  const ulong flags = d.m_values->pattern(rule).cap(1).toULong(&ok, 16);
-                 if (!ok) {
+                 // Cut to 16 bits, a larger word would report other flags than it carries.
+                 if (!ok || flags > std::numeric_limits<quint16>::max()) {
                      return O::ParsingError;
                  }
                  d.m_values->statusFlags.latest = static_cast<quint16>(flags);
@@ -818,7 +934,8 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
              [](D &d, const QString &, int rule) {
                  bool ok = false;
                  const uint code = d.m_values->pattern(rule).cap(1).toUInt(&ok, 10);
-                 if (!ok) {
+                 // Cut to 8 bits, code 256 would read as "no error".
+                 if (!ok || code > std::numeric_limits<uchar>::max()) {
                      return O::ParsingError;
                  }
                  d.m_values->errorcode.latest = static_cast<uchar>(code);
@@ -1116,67 +1233,14 @@ void VelutraResponseDecoder::slotConnectedStatus(bool connected)
 
 void VelutraResponseDecoder::resetPublishedValues()
 {
-    Values &v = *m_values;
-    for (auto &text : v.texts) {
-        resetPublished(text);
-    }
-    resetPublished(v.moduleRuntime);
-    for (auto &exists : v.moduleExists) {
-        resetPublished(exists);
-    }
-    for (int r = 0; r < s_statusRecordCount; ++r) {
-        const StatusRecord &record = s_statusRecords[r];
-        for (int f = 0; f < record.fieldCount; ++f) {
-            Tracked<double> &field = v.records[r][f];
-            field.published = record.fields[f].type == FieldType::Int
-                                      ? double(std::numeric_limits<int>::max())
-                                      : std::numeric_limits<double>::max();
-            field.publishedValid = true;
-        }
-    }
-
-    // The debug flag has no impossible value. Its inverse alone would let a first report
-    // that differs from the latest value slip through, so it is marked unpublished as well.
-    v.debugging.published = !v.debugging.latest;
-    v.debugging.publishedValid = false;
-    v.systemState.published = SystemStateUnknown;
-    v.systemState.publishedValid = true;
-    v.powerSetpoint_nJ.published.clear();
-    v.powerSetpoint_nJ.publishedValid = true;
-    v.powerSetpointPercent.published.clear();
-    v.powerSetpointPercent.publishedValid = true;
-    for (auto &map : v.calibration) {
-        resetPublished(map);
-    }
-    resetPublished(v.frequencyIndex);
-    resetPublished(v.frequencyDivList);
-    resetPublished(v.divisionFactor);
-    resetPublished(v.aom);
-
-    resetPublished(v.ovenMode);
-    for (int oven = 0; oven < 2; ++oven) {
-        resetPublished(v.ovenSetpoint[oven]);
-        resetPublished(v.ovenMinimum[oven]);
-        resetPublished(v.ovenMaximum[oven]);
-        resetPublished(v.ovenActual[oven]);
-    }
-    resetPublished(v.humidity);
-    resetPublished(v.piezoPosition);
-    resetPublished(v.digitalGate);
-    resetPublished(v.dynamicWavelengthEnabled);
-    resetPublished(v.dynamicWavelengthSupported);
-    for (auto &energy : v.dynamicWavelengthEnergy) {
-        resetPublished(energy);
-    }
-    resetPublished(v.shgOutputPower);
-    resetPublished(v.thgOutputPower);
-    resetPublished(v.statusFlags);
-    resetPublished(v.errorcode);
-    resetPublished(v.outputConfig);
-    resetPublished(v.crystalSpot);
-    resetPublished(v.crystalCurrentRuntime);
-    resetPublished(v.crystalMaxRuntime);
-    resetPublished(v.crystalAllRuntimes);
+    // Every group's own reset, so that a disconnection and a stale mark cannot disagree on
+    // what "not yet published" is.
+#define VELUTRA_CALL_MARK_STALE(group, ...) markStale_##group();
+    VELUTRA_TEXT_GROUPS(VELUTRA_CALL_MARK_STALE)
+    VELUTRA_RECORD_GROUPS(VELUTRA_CALL_MARK_STALE)
+    VELUTRA_VALUE_GROUPS(VELUTRA_CALL_MARK_STALE)
+    VELUTRA_COMPOSITE_GROUPS(VELUTRA_CALL_MARK_STALE)
+#undef VELUTRA_CALL_MARK_STALE
 }
 
 VelutraResponseDecoder::Outcome VelutraResponseDecoder::decodeStatusRecord(const QString &line,
@@ -1195,8 +1259,17 @@ VelutraResponseDecoder::Outcome VelutraResponseDecoder::decodeStatusRecord(const
     for (int f = 0; f < record.fieldCount; ++f) {
         const QStringRef &token = tokens.at(f + 1);
         bool ok = false;
-        parsed[f] = record.fields[f].type == FieldType::Int ? double(token.toInt(&ok, 10))
-                                                            : token.toDouble(&ok);
+        switch (record.fields[f].type) {
+        case FieldType::Int:
+            parsed[f] = double(token.toInt(&ok, 10));
+            break;
+        case FieldType::Double:
+            parsed[f] = token.toDouble(&ok);
+            break;
+        case FieldType::StatusByte:
+            parsed[f] = double(token.toInt(&ok, 10) & 0xFF);
+            break;
+        }
         if (!ok) {
             if (!lenient) {
                 return Outcome::ParsingError;
@@ -1286,6 +1359,21 @@ void VelutraResponseDecoder::publishTexts(int first, int count, bool force)
     }
 }
 
+void VelutraResponseDecoder::markTextsStale(int first, int count)
+{
+    Values &v = *m_values;
+    for (int i = first; i < first + count; ++i) {
+        resetPublished(v.texts[i]);
+    }
+    // The module kind is decided and published with the board serial number, the last line
+    // of the module block, so it is news again whenever that line is.
+    if (first <= TextModulePcbSerialNumber && TextModulePcbSerialNumber < first + count) {
+        for (auto &exists : v.moduleExists) {
+            resetPublished(exists);
+        }
+    }
+}
+
 void VelutraResponseDecoder::publishModuleKind()
 {
     const QString &type = m_values->texts[TextModuleType].latest;
@@ -1305,13 +1393,24 @@ void VelutraResponseDecoder::publishModuleKind()
 
 namespace {
 
+// Int and status fields are held as doubles; their reset value is still the largest int.
+void resetRecordPublished(Tracked<double> *values, const StatusRecord &record)
+{
+    for (int f = 0; f < record.fieldCount; ++f) {
+        values[f].published = record.fields[f].type == FieldType::Double
+                                      ? std::numeric_limits<double>::max()
+                                      : double(std::numeric_limits<int>::max());
+        values[f].publishedValid = true;
+    }
+}
+
 // Emits one status record member by member, each only when it changed.
 template<typename Emitter>
 void publishRecord(Tracked<double> *values, const StatusRecord &record, bool force, Emitter emitter)
 {
     for (int f = 0; f < record.fieldCount; ++f) {
         const RecordField &field = record.fields[f];
-        if (field.intSignal == nullptr && field.doubleSignal == nullptr) {
+        if (!isPublished(field)) {
             continue;
         }
         if (mustPublish(values[f], force)) {
@@ -1323,102 +1422,76 @@ void publishRecord(Tracked<double> *values, const StatusRecord &record, bool for
 
 } // namespace
 
-#define VELUTRA_PUBLISH_TEXTS(slot, first, count) \
-    void VelutraResponseDecoder::slot(bool force) \
+#define VELUTRA_TEXT_GROUP(group, first, count) \
+    void VelutraResponseDecoder::publish_##group(bool force) \
     { \
         publishTexts(first, count, force); \
+    } \
+    void VelutraResponseDecoder::markStale_##group() \
+    { \
+        markTextsStale(first, count); \
     }
 
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Velutra, TextVelutraType, 3)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_SW_MAIN, TextApplicationName, 1)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Compiled_on, TextCompilationDateTime, 1)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Serial_number, TextSerialNumber, 1)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_LLD_device, TextLddHardware, 3)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_TEC_device, TextTecHardware, 3)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_Timing_Board, TextTimingBoardSerial, 3)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_DeviceOnTime, TextDeviceOnHours, 2)
-VELUTRA_PUBLISH_TEXTS(publish_ly_system_info_EmissionTime, TextEmissionHours, 2)
-VELUTRA_PUBLISH_TEXTS(publish_ls_info_ModuleAddrType, TextModuleAddress, 2)
-VELUTRA_PUBLISH_TEXTS(publish_ls_info_FirmwareVersion, TextModuleFirmwareVersion, 1)
-VELUTRA_PUBLISH_TEXTS(publish_ls_info_BootladerVersion, TextModuleBootloaderVersion, 1)
-VELUTRA_PUBLISH_TEXTS(publish_ls_info_ModuleSerialNumber, TextModuleSerialNumber, 1)
-VELUTRA_PUBLISH_TEXTS(publish_ls_info_PCBSerialNumber, TextModulePcbSerialNumber, 1)
+VELUTRA_TEXT_GROUPS(VELUTRA_TEXT_GROUP)
 
-#undef VELUTRA_PUBLISH_TEXTS
+#undef VELUTRA_TEXT_GROUP
 
-#define VELUTRA_PUBLISH_RECORD(slot, index) \
-    void VelutraResponseDecoder::slot(bool force) \
+#define VELUTRA_RECORD_GROUP(group, index) \
+    void VelutraResponseDecoder::publish_##group(bool force) \
     { \
         publishRecord(m_values->records[index], s_statusRecords[index], force, \
                       [this](const RecordField &field, double value) { \
-                          if (field.type == FieldType::Int) { \
+                          switch (field.type) { \
+                          case FieldType::Int: \
                               emit(this->*field.intSignal)(static_cast<int>(value)); \
-                          } else { \
+                              break; \
+                          case FieldType::Double: \
                               emit(this->*field.doubleSignal)(value); \
+                              break; \
+                          case FieldType::StatusByte: \
+                              emit(this->*field.byteSignal)(static_cast<uchar>(value)); \
+                              break; \
                           } \
                       }); \
+    } \
+    void VelutraResponseDecoder::markStale_##group() \
+    { \
+        resetRecordPublished(m_values->records[index], s_statusRecords[index]); \
     }
 
-VELUTRA_PUBLISH_RECORD(publish_s6, 0)
-VELUTRA_PUBLISH_RECORD(publish_s7, 1)
-VELUTRA_PUBLISH_RECORD(publish_s8, 2)
-VELUTRA_PUBLISH_RECORD(publish_s9, 3)
+VELUTRA_RECORD_GROUPS(VELUTRA_RECORD_GROUP)
 
-#undef VELUTRA_PUBLISH_RECORD
+#undef VELUTRA_RECORD_GROUP
 
 // A single value with a single signal: emit when it changed or when forced.
-#define VELUTRA_PUBLISH_VALUE(slot, member, signal, type) \
-    void VelutraResponseDecoder::slot(bool force) \
+#define VELUTRA_VALUE_GROUP(group, member, signal, type) \
+    void VelutraResponseDecoder::publish_##group(bool force) \
     { \
         auto &value = m_values->member; \
         if (mustPublish(value, force)) { \
             markPublished(value); \
             emit signal(type(value.latest)); \
         } \
+    } \
+    void VelutraResponseDecoder::markStale_##group() \
+    { \
+        resetPublished(m_values->member); \
     }
 
-VELUTRA_PUBLISH_VALUE(publish_DebuggingStatus, debugging, sigDebuggingStatusChanged, bool)
-VELUTRA_PUBLISH_VALUE(publish_SystemState, systemState, sigSystemStateChanged, SystemState)
-VELUTRA_PUBLISH_VALUE(publish_FrequencyIndex, frequencyIndex, sigFrequencyIndexChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_FrequencyDivList, frequencyDivList, sigFrequencyDivListChanged,
-                      DivisionList)
-VELUTRA_PUBLISH_VALUE(publish_DivisionFactor, divisionFactor, sigDivisionFactorChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_AOMStatus, aom, sigAOMChanged, bool)
-VELUTRA_PUBLISH_VALUE(publish_OvenMode, ovenMode, sigOvenModeChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_Oven1TemperatureActual, ovenActual[0], sigOven1TempActualChanged,
-                      double)
-VELUTRA_PUBLISH_VALUE(publish_Oven2TemperatureActual, ovenActual[1], sigOven2TempActualChanged,
-                      double)
-VELUTRA_PUBLISH_VALUE(publish_HumidityActual, humidity, sigHumidityActualChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_PiezoPositionSetting, piezoPosition, sigPiezoPositionChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_DigitalGateSetting, digitalGate, sigDigitalGateChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_DynamicWavelengthEnabled, dynamicWavelengthEnabled,
-                      sigDynamicWavelengthFeatureChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_DynamicWavelengthSupport, dynamicWavelengthSupported,
-                      sigDynamicWavelengthFeatureSupported, bool)
-VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_IR, dynamicWavelengthEnergy[0], sigDynamicWLS_IRChanged,
-                      double)
-VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_Green, dynamicWavelengthEnergy[1],
-                      sigDynamicWLS_GreenChanged, double)
-VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_UV, dynamicWavelengthEnergy[2], sigDynamicWLS_UVChanged,
-                      double)
-VELUTRA_PUBLISH_VALUE(publish_DynamicWLS_DUV, dynamicWavelengthEnergy[3], sigDynamicWLS_DUVChanged,
-                      double)
-VELUTRA_PUBLISH_VALUE(publish_SHGOutputPower, shgOutputPower, sigSHGOutputPowerChanged, double)
-VELUTRA_PUBLISH_VALUE(publish_THGOutputPower, thgOutputPower, sigTHGOutputPowerChanged, double)
-VELUTRA_PUBLISH_VALUE(publish_HGStatusFlags, statusFlags, sigHGStatusFlagsChanged, quint16)
-VELUTRA_PUBLISH_VALUE(publish_HGErrorcode, errorcode, sigHGErrorcodeChanged, uchar)
-VELUTRA_PUBLISH_VALUE(publish_HGOutputConfig, outputConfig, sigHGOutputConfigChanged, uchar)
-VELUTRA_PUBLISH_VALUE(publish_HGRuntime, moduleRuntime, sigsHGModuleRuntime, runtimeText)
-VELUTRA_PUBLISH_VALUE(publish_HGCrystalCurSpot, crystalSpot, sigHGCrystalCurSpotChanged, int)
-VELUTRA_PUBLISH_VALUE(publish_HGCrystalCurRuntime, crystalCurrentRuntime,
-                      sigHGCrystalCurRuntimeChanged, quint64)
-VELUTRA_PUBLISH_VALUE(publish_HGCrystalMaxRuntime, crystalMaxRuntime, sigHGCrystalMaxRuntimeChanged,
-                      quint64)
-VELUTRA_PUBLISH_VALUE(publish_HGCrystalAllRuntimes, crystalAllRuntimes,
-                      sigHGCrystalAllRuntimesChanged, CrystalRuntimes)
+VELUTRA_VALUE_GROUPS(VELUTRA_VALUE_GROUP)
 
-#undef VELUTRA_PUBLISH_VALUE
+#undef VELUTRA_VALUE_GROUP
+
+#define VELUTRA_COMPOSITE_GROUP(group, reset) \
+    void VelutraResponseDecoder::markStale_##group() \
+    { \
+        Values &v = *m_values; \
+        reset; \
+    }
+
+VELUTRA_COMPOSITE_GROUPS(VELUTRA_COMPOSITE_GROUP)
+
+#undef VELUTRA_COMPOSITE_GROUP
 
 void VelutraResponseDecoder::publish_PowerSetpoint_nJ(bool force)
 {

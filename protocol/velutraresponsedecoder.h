@@ -17,7 +17,8 @@
 // Every value is kept twice: the latest value parsed and the value last published. A
 // publish slot emits only when the two differ, unless forced, so the controller hears of a
 // value only when it changes. slotConnectedStatus(false) puts every published copy back to
-// a value no reply produces, so that everything is published again after a reconnection.
+// a value no reply produces, so that everything is published again after a reconnection;
+// markStale_<group>() does the same for one publish group.
 //
 // A line is dispatched through one ordered table of line kinds; the first kind that matches
 // ends the processing of the line. A recognised line whose pattern or numbers do not parse
@@ -96,6 +97,62 @@ public slots:
     void slotLineReceived(const QByteArray &line);
     /// false: everything is published again from the next line on; true: nothing to do.
     void slotConnectedStatus(bool connected);
+
+    // Stale marks, one per publish group: the group's published copy goes back to the value
+    // slotConnectedStatus(false) gives it, so that the group's next reply is published even
+    // if its value did not change. Nothing is emitted and the latest values stay as they are.
+    // For a controller that has reason to doubt that what it last heard of a group is current.
+    void markStale_ly_system_info_Velutra();
+    void markStale_ly_system_info_SW_MAIN();
+    void markStale_ly_system_info_Compiled_on();
+    void markStale_ly_system_info_Serial_number();
+    void markStale_ly_system_info_LLD_device();
+    void markStale_ly_system_info_TEC_device();
+    void markStale_ly_system_info_Timing_Board();
+    void markStale_ly_system_info_DeviceOnTime();
+    void markStale_ly_system_info_EmissionTime();
+    void markStale_ls_info_ModuleAddrType();
+    void markStale_ls_info_FirmwareVersion();
+    void markStale_ls_info_BootladerVersion();
+    void markStale_ls_info_ModuleSerialNumber();
+    void markStale_ls_info_PCBSerialNumber();
+    void markStale_s6();
+    void markStale_s7();
+    void markStale_s8();
+    void markStale_s9();
+    void markStale_DebuggingStatus();
+    void markStale_SystemState();
+    void markStale_PowerSetpoint_nJ();
+    void markStale_PowerSetpoint_Percent();
+    void markStale_PowerSetpoint_nJ_Range();
+    void markStale_FrequencyIndex();
+    void markStale_FrequencyDivList();
+    void markStale_DivisionFactor();
+    void markStale_AOMStatus();
+    void markStale_OvenMode();
+    void markStale_Oven1TemperatureSetpoint();
+    void markStale_Oven2TemperatureSetpoint();
+    void markStale_Oven1TemperatureActual();
+    void markStale_Oven2TemperatureActual();
+    void markStale_HumidityActual();
+    void markStale_PiezoPositionSetting();
+    void markStale_DigitalGateSetting();
+    void markStale_DynamicWavelengthEnabled();
+    void markStale_DynamicWavelengthSupport();
+    void markStale_DynamicWLS_IR();
+    void markStale_DynamicWLS_Green();
+    void markStale_DynamicWLS_UV();
+    void markStale_DynamicWLS_DUV();
+    void markStale_SHGOutputPower();
+    void markStale_THGOutputPower();
+    void markStale_HGStatusFlags();
+    void markStale_HGErrorcode();
+    void markStale_HGOutputConfig();
+    void markStale_HGRuntime();
+    void markStale_HGCrystalCurSpot();
+    void markStale_HGCrystalCurRuntime();
+    void markStale_HGCrystalMaxRuntime();
+    void markStale_HGCrystalAllRuntimes();
 
 signals:
     // System information, as received (not trimmed).
@@ -220,7 +277,8 @@ signals:
     void sigfTemperature_max_10Changed(double);
 
     // Laser state, power and repetition rate.
-    /// Declared for the controller; no reply drives it.
+    /// The laser's status word (the last field of the s7 record), its low 8 bits; published
+    /// by publish_s7 after the record's other members.
     void siguiTmpChar2Changed(uchar);
     void sigDebuggingStatusChanged(bool);
     void sigSystemStateChanged(SystemState);
@@ -265,6 +323,8 @@ signals:
     /// Output powers in mW.
     void sigSHGOutputPowerChanged(double);
     void sigTHGOutputPowerChanged(double);
+    /// A reply that does not fit 16 bits (flags) or 8 bits (code) is a parsing error, never
+    /// cut down: error code 256 must not read as "no error".
     void sigHGStatusFlagsChanged(quint16);
     void sigHGErrorcodeChanged(uchar);
     void sigHGOutputConfigChanged(uchar);
@@ -293,6 +353,7 @@ private:
     Outcome decodeNumberedRow(const QString &line, int rule);
     Outcome decodeCalibrationRow(const QString &line);
     void publishTexts(int first, int count, bool force);
+    void markTextsStale(int first, int count);
     void publishModuleKind();
 
     std::unique_ptr<Values> m_values;

@@ -32,6 +32,7 @@ SerialMonitor::SerialMonitor(QWidget *parent)
     , m_ui(new Ui::SerialMonitor)
 {
     m_ui->setupUi(this);
+    setPortOpen(false);
     m_ui->plainTextEditTraffic->setMaximumBlockCount(MaximumLines);
     // The traffic colours (black tags, blue marks, magenta bytes) are made for a light
     // page; keep this view light whatever the application's theme.
@@ -67,9 +68,11 @@ QString SerialMonitor::formatTrafficLine(const QString &tag, const QString &dire
         }
     }
 
-    // The text part stops at the first zero byte; the dump shows everything.
+    // The text part stops at the first zero byte; the dump shows everything. The device's
+    // text is shown as it came, never read as markup: a "<" in a reply must not hide the
+    // rest of the line.
     const int textLength = static_cast<int>(qstrnlen(bytes.constData(), bytes.size()));
-    const QString text = QString::fromLatin1(bytes.constData(), textLength);
+    const QString text = QString::fromLatin1(bytes.constData(), textLength).toHtmlEscaped();
 
     QString hexDump;
     hexDump.reserve(bytes.size() * 4);
@@ -80,7 +83,7 @@ QString SerialMonitor::formatTrafficLine(const QString &tag, const QString &dire
                    + QLatin1String("h ");
     }
 
-    return QString::fromLatin1(TagFormat).arg(tag)
+    return QString::fromLatin1(TagFormat).arg(tag.toHtmlEscaped())
            + QString::fromLatin1(directionFormat).arg(direction) + QLatin1Char(' ') + text
            + QLatin1Char(' ') + QString::fromLatin1(HexDumpFormat).arg(hexDump);
 }
@@ -101,6 +104,12 @@ void SerialMonitor::appendTraffic(const QString &tag, const QString &direction,
     m_ui->plainTextEditTraffic->appendHtml(formatTrafficLine(tag, direction, bytes));
 }
 
+void SerialMonitor::setPortOpen(bool open)
+{
+    m_portOpen = open;
+    m_ui->toolButtonSend->setEnabled(open);
+}
+
 void SerialMonitor::onToolButtonClear_clicked()
 {
     m_ui->plainTextEditTraffic->clear();
@@ -108,8 +117,10 @@ void SerialMonitor::onToolButtonClear_clicked()
 
 void SerialMonitor::onToolButtonSend_clicked()
 {
+    // Return in the command line reaches here even while the button is disabled. The text
+    // stays, so that it can be sent once a port is open.
     const QString command = m_ui->lineEditCommand->text();
-    if (command.isEmpty()) {
+    if (!m_portOpen || command.isEmpty()) {
         return;
     }
     QByteArray bytes = command.toLatin1();

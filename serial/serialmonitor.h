@@ -25,7 +25,7 @@ public:
     ~SerialMonitor() override;
 
     // One traffic line as HTML: the tag, the direction mark, the bytes as text
-    // (up to the first zero byte) and a hexadecimal dump of all of them.
+    // (up to the first zero byte, escaped) and a hexadecimal dump of all of them.
     static QString formatTrafficLine(const QString &tag, const QString &direction,
                                      const QByteArray &bytes);
 
@@ -36,6 +36,8 @@ signals:
 public slots:
     void slotBytesReceived(const QString &tag, const QByteArray &bytes);
     void slotBytesTransmitted(const QString &tag, const QByteArray &bytes);
+    // Typed commands can only be sent while a port is open; closed at construction.
+    void setPortOpen(bool open);
 
 private slots:
     void onToolButtonClear_clicked();
@@ -48,6 +50,7 @@ private:
 
     Ui::SerialMonitor *m_ui = nullptr;
     bool m_autoScroll = true;
+    bool m_portOpen = false;
 };
 
 #endif // SERIALMONITOR_H

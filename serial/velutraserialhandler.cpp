@@ -5,6 +5,7 @@
 #include <QLoggingCategory>
 #include <QTimer>
 
+#include <algorithm>
 #include <iterator>
 #include <limits>
 
@@ -30,6 +31,9 @@ static constexpr int ReadChunkBytes = 4096;
 // real port may fail a read now and then; this many failures inside one 10 ms
 // tick can only be such a storm.
 static constexpr int ReadErrorStormLimit = 20;
+// Settings commands waiting to be written. A controller that queues faster than the link
+// writes (a slider dragged on a dead line) must not grow the queue without end.
+static constexpr int SettingsQueueLimit = 256;
 
 static constexpr char IdentifyCommand[] = "ly_system_info\n";
 static constexpr char StatusCommand[] = "ly_vtx2_dev_status?\n";
@@ -162,8 +166,56 @@ void VelutraSerialHandler::slotAppendSettingsCommand(const QString &command, boo
             m_heldList.append(stored);
         }
     } else {
+        if (m_settingsQueue.size() >= SettingsQueueLimit) {
+            dropOldestSettingsCommand();
+        }
         m_settingsQueue.append(withLineEnd(command));
     }
+}
+
+void VelutraSerialHandler::dropOldestSettingsCommand()
+{
+    // A setting is superseded by the newer ones behind it; a query may be what the
+    // controller waits for, so queries go last.
+    int victim = 0;
+    for (int index = 0; index < m_settingsQueue.size(); ++index) {
+        if (!isQuery(m_settingsQueue.at(index))) {
+            victim = index;
+            break;
+        }
+    }
+    const QString dropped = m_settingsQueue.takeAt(victim);
+    // One report per episode: a flood would otherwise bury the log.
+    if (!m_settingsQueueOverflowing) {
+        m_settingsQueueOverflowing = true;
+        emit sigStatusMessage(tr("Settings queue full (%1): dropped %2")
+                                      .arg(SettingsQueueLimit)
+                                      .arg(dropped.trimmed()));
+    }
+}
+
+void VelutraSerialHandler::discardSettingsOnLinkLoss()
+{
+    // A setting written minutes later, after a reconnection or to another laser, could do
+    // harm; whoever queued it can decide again once the link is back. Queries harm
+    // nothing and are answered whenever the link returns. Held commands are never
+    // written, so they are no danger here (closing clears them anyway).
+    const int before = m_settingsQueue.size();
+    m_settingsQueue.erase(std::remove_if(m_settingsQueue.begin(), m_settingsQueue.end(),
+                                         [](const QString &command) { return !isQuery(command); }),
+                          m_settingsQueue.end());
+    const int discarded = before - m_settingsQueue.size();
+    if (m_settingsQueue.isEmpty()) {
+        m_settingsQueueOverflowing = false;
+    }
+    if (discarded > 0) {
+        emit sigStatusMessage(tr("%1 queued command(s) discarded: link lost").arg(discarded));
+    }
+}
+
+bool VelutraSerialHandler::isQuery(const QString &command)
+{
+    return command.endsWith(QLatin1String("?\n"));
 }
 
 void VelutraSerialHandler::slotAppendSettingsCommand(const QString &command)
@@ -348,6 +400,9 @@ void VelutraSerialHandler::runScheduler()
     }
     if (!m_settingsQueue.isEmpty() && m_monitorCycleComplete) {
         sendCommand(m_settingsQueue.takeFirst());
+        if (m_settingsQueue.isEmpty()) {
+            m_settingsQueueOverflowing = false;
+        }
         return;
     }
 
@@ -392,6 +447,7 @@ void VelutraSerialHandler::closePort()
     m_monitorList.clear();
     m_heldList.clear();
     m_mainState = StateWaitForOpen;
+    discardSettingsOnLinkLoss();
 
     // Nothing to close (never opened, or the open failed): nothing to report.
     if (!m_port) {
@@ -582,6 +638,7 @@ void VelutraSerialHandler::slotCommandTimeout()
         m_pendingCommand.clear();
         m_identified = false;
         m_ready = false;
+        discardSettingsOnLinkLoss();
         emit sigConnectedStatus(false);
         m_statusAttemptsLeft = StatusAttempts;
         return;

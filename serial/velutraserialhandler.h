@@ -37,6 +37,9 @@ public slots:
     void slotClrAllMonitorCommands();
 
     // One-shot commands. With hold set the command is parked and never written.
+    // At most 256 wait; past that the oldest setting (not a query) is dropped. When the
+    // link is lost (a command unanswered twice) or the port closes, every waiting
+    // setting is discarded; queries stay.
     void slotAppendSettingsCommand(const QString &command, bool hold);
     void slotAppendSettingsCommand(const QString &command);
 
@@ -82,6 +85,9 @@ private:
     void closePort();
     void closeIfRequested();
     void treatPortAsGone();
+    void dropOldestSettingsCommand();
+    void discardSettingsOnLinkLoss();
+    static bool isQuery(const QString &command);
 
     bool isFreeToSend() const;
     qint64 quietElapsed() const;
@@ -120,6 +126,8 @@ private:
     QStringList m_monitorList;
     QStringList m_heldList;
     QStringList m_settingsQueue;
+    // Set by the first drop from a full queue, cleared once the queue has emptied.
+    bool m_settingsQueueOverflowing = false;
 
     // Drives slotMainLoop(): a single shot re-armed at the end of every tick.
     QTimer *m_tickTimer = nullptr;

@@ -86,6 +86,8 @@ const QStringList s_s7Signals = {
         QStringLiteral("sigiDELAY_BOARD_ERRORChanged(0)"),
         QStringLiteral("sigiErrorStatusTECChanged(0)"),
         QStringLiteral("sigiErrorStatusLDDChanged(0)"),
+        // The status word 385, low 8 bits.
+        QStringLiteral("siguiTmpChar2Changed(129)"),
 };
 
 const QStringList s_s8Signals = {
@@ -104,8 +106,16 @@ const QStringList s_s8Signals = {
 };
 
 const QString s_s6Line = QStringLiteral("s6 1234 56 789 12 1 1 0 0 0 0 0 0\n");
-const QString s_s7Line = QStringLiteral("s7 1 2 1 1 2048 1 3 1.25 0 0 0 0 0 0 0 0\n");
+const QString s_s7Line = QStringLiteral("s7 1 2 1 1 2048 1 3 1.25 0 0 0 0 0 0 0 385\n");
 const QString s_s8Line = QStringLiteral("s8 1 100 2.50 3.00 25.1 0.00 0.00 0.00 1 1 1500 4.50\n");
+
+// An s7 record like s_s7Line with the given laser emission (first field) and status word.
+QString s7Line(int emission, const QString &statusWord)
+{
+    return QStringLiteral("s7 %1 2 1 1 2048 1 3 1.25 0 0 0 0 0 0 0 %2\n")
+            .arg(emission)
+            .arg(statusWord);
+}
 
 // The module information block; the type text decides the module kind.
 QStringList moduleBlock(const QString &type)
@@ -254,6 +264,13 @@ private slots:
     void nullAndEmbeddedNulBytes();
     void hostileLinesDoNotHang();
     void tablesAreBounded();
+    void statusWord_data();
+    void statusWord();
+    void statusWordComesLastAndFollowsChanges();
+    void everyPublishGroupHasAStaleMark();
+    void markStaleRepublishesOneGroup_data();
+    void markStaleRepublishesOneGroup();
+    void markStaleKeepsLatestValues();
 };
 
 void TestResponseDecoder::signalsAreDeclaredInOrder()
@@ -460,6 +477,10 @@ void TestResponseDecoder::publishSlotsAreDeclaredInOrder()
     }
     expected << QStringLiteral("slotLineReceived(QByteArray)")
              << QStringLiteral("slotConnectedStatus(bool)");
+    for (const QString &name : names) {
+        expected << QString(name).replace(QLatin1String("publish_"), QLatin1String("markStale_"))
+                            + QStringLiteral("()");
+    }
 
     QStringList declared;
     const QMetaObject &meta = VelutraResponseDecoder::staticMetaObject;
@@ -599,7 +620,7 @@ void TestResponseDecoder::lineKinds_data()
                           .replaceInStrings("LDD_initialisationChanged(1)",
                                             "LDD_initialisationChanged(0)"));
     row("s7 on old firmware tolerates a bad field",
-        {"Velutra-3 Hardware:1.2 Firmware:V5.0.2\n", "s7 1 2 1 1 2048 1 3 n/a 0 0 0 0 0 0 0 0\n"},
+        {"Velutra-3 Hardware:1.2 Firmware:V5.0.2\n", "s7 1 2 1 1 2048 1 3 n/a 0 0 0 0 0 0 0 385\n"},
         QStringList{"sigsVelutraTypeChanged(\"Velutra-3\")", "sigsHardwareVersionChanged(\"1.2\")",
                     "sigsFirmwareVersionChanged(\"V5.0.2\")"}
                 + QStringList(s_s7Signals)
@@ -617,6 +638,9 @@ void TestResponseDecoder::lineKinds_data()
     error("s6 with a bad kept field", {"s6 1234 56 789 12 1 1 0 0 0 0 0 x\n"});
     error("s7 with 16 tokens", {"s7 1 2 1 1 2048 1 3 1.25 0 0 0 0 0 0 0\n"});
     error("s7 with a bad field", {"s7 1 2 1 1 2048 1 3 1.25.0 0 0 0 0 0 0 0 0\n"});
+    error("s7 with a bad status word", {"s7 1 2 1 1 2048 1 3 1.25 0 0 0 0 0 0 0 0x81\n"});
+    error("s7 with a status word beyond int",
+          {"s7 1 2 1 1 2048 1 3 1.25 0 0 0 0 0 0 0 4294967296\n"});
     error("s8 with 12 tokens", {"s8 1 100 2.50 3.00 25.1 0.00 0.00 0.00 1 1 1500\n"});
     error("s8 with a bad field", {"s8 1 100 2.50 3.00 25.1 0.00 0.00 0.00 1 1 1500 x\n"});
     error("s9 with 41 tokens", {s9Line(41)});
@@ -755,10 +779,10 @@ void TestResponseDecoder::lineKinds_data()
     row("SHG output power in mW", {"ZEL SHG\tOutput power = 250 mW\n"},
         {"sigSHGOutputPowerChanged(250)"});
     row("status flags", {"ZEL HG\tStatus flags=1A\n"}, {"sigHGStatusFlagsChanged(26)"});
-    row("status flags kept as 16 bits", {"ZEL HG\tStatus flags=1FFFF\n"},
+    row("status flags, all 16 set", {"ZEL HG\tStatus flags=FFFF\n"},
         {"sigHGStatusFlagsChanged(65535)"});
     row("error code", {"ZEL HG\tErrorcode=12\n"}, {"sigHGErrorcodeChanged(12)"});
-    row("error code kept as 8 bits", {"ZEL HG\tErrorcode=258\n"}, {"sigHGErrorcodeChanged(2)"});
+    row("error code 255", {"ZEL HG\tErrorcode=255\n"}, {"sigHGErrorcodeChanged(255)"});
     row("output config", {"ZEL HG\tWL output config:\t0x0F\n"}, {"sigHGOutputConfigChanged(15)"});
     row("output config with blanks", {"ZELHG WL output config: 0x3\n"},
         {"sigHGOutputConfigChanged(3)"});
@@ -798,6 +822,13 @@ void TestResponseDecoder::lineKinds_data()
     error("output power empty", {"ZEL SHG Output power =\n"});
     error("status flags not hexadecimal", {"ZEL HG\tStatus flags=zz\n"});
     error("error code not decimal", {"ZEL HG\tErrorcode=0x1\n"});
+    // Never cut to 8 or 16 bits: error code 256 must not read as "no error".
+    error("error code 256", {"ZEL HG\tErrorcode=256\n"});
+    error("error code 258", {"ZEL HG\tErrorcode=258\n"});
+    error("error code negative", {"ZEL HG\tErrorcode=-1\n"});
+    error("status flags 10000", {"ZEL HG\tStatus flags=10000\n"});
+    error("status flags 1FFFF", {"ZEL HG\tStatus flags=1FFFF\n"});
+    error("status flags negative", {"ZEL HG\tStatus flags=-1\n"});
     error("output config without 0x", {"ZEL HG WL output config: 15\n"});
     error("output config not hexadecimal", {"ZEL HG WL output config: 0xZZ\n"});
     error("runtime without unit", {"ZEL SHG\tRuntime=12\n"});
@@ -1079,6 +1110,198 @@ void TestResponseDecoder::tablesAreBounded()
     QCOMPARE(divisionSpy.last().at(0).value<DivisionList>().value(5), 20.0);
     decoder.slotLineReceived("0 3 PCPER 40\n");
     QCOMPARE(divisionSpy.last().at(0).value<DivisionList>().size(), 1);
+}
+
+// The status word is the last token of s7; the controller gets its low 8 bits.
+void TestResponseDecoder::statusWord_data()
+{
+    QTest::addColumn<QString>("word");
+    QTest::addColumn<int>("published");
+    QTest::newRow("zero") << "0" << 0;
+    QTest::newRow("ready bits") << "232" << 232;
+    QTest::newRow("255") << "255" << 255;
+    QTest::newRow("256 keeps its low byte") << "256" << 0;
+    QTest::newRow("385 keeps its low byte") << "385" << 129;
+    QTest::newRow("negative") << "-1" << 255;
+    QTest::newRow("largest int") << "2147483647" << 255;
+}
+
+void TestResponseDecoder::statusWord()
+{
+    QFETCH(QString, word);
+    QFETCH(int, published);
+    VelutraResponseDecoder decoder;
+    SignalRecorder recorder(&decoder);
+    const QStringList emitted = feed(decoder, recorder, {s7Line(1, word)});
+    QCOMPARE(emitted.size(), s_s7Signals.size());
+    QCOMPARE(emitted.last(), QStringLiteral("siguiTmpChar2Changed(%1)").arg(published));
+}
+
+void TestResponseDecoder::statusWordComesLastAndFollowsChanges()
+{
+    VelutraResponseDecoder decoder;
+    SignalRecorder recorder(&decoder);
+    QCOMPARE(feed(decoder, recorder, {s7Line(1, "385")}), s_s7Signals);
+    QCOMPARE(feed(decoder, recorder, {s7Line(1, "385")}), QStringList());
+    QCOMPARE(feed(decoder, recorder, {s7Line(1, "386")}), QStringList{"siguiTmpChar2Changed(130)"});
+    // The same low byte is no news.
+    QCOMPARE(feed(decoder, recorder, {s7Line(1, "130")}), QStringList());
+    // With another member changing, the status word still comes last.
+    QCOMPARE(feed(decoder, recorder, {s7Line(0, "3")}),
+             QStringList({"sigiLaserEmmisionChanged(0)", "siguiTmpChar2Changed(3)"}));
+    QCOMPARE(feed(decoder, recorder, {s7Line(1, "3")}), QStringList{"sigiLaserEmmisionChanged(1)"});
+
+    // Forced, and after a reconnection, the whole record again with the status word last.
+    decoder.publish_s7(true);
+    QCOMPARE(recorder.takeAll(), QStringList(s_s7Signals).replaceInStrings("(129)", "(3)"));
+    decoder.slotConnectedStatus(false);
+    QCOMPARE(feed(decoder, recorder, {s7Line(1, "3")}),
+             QStringList(s_s7Signals).replaceInStrings("(129)", "(3)"));
+    QCOMPARE(feed(decoder, recorder, {s7Line(1, "3")}), QStringList());
+}
+
+void TestResponseDecoder::everyPublishGroupHasAStaleMark()
+{
+    QStringList groups;
+    QStringList marks;
+    const QMetaObject &meta = VelutraResponseDecoder::staticMetaObject;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        const QString signature = QString::fromLatin1(method.methodSignature());
+        if (signature.startsWith(QLatin1String("publish_")) && signature.endsWith("(bool)")) {
+            groups.append(signature.mid(8).chopped(6));
+        } else if (signature.startsWith(QLatin1String("markStale_"))) {
+            QCOMPARE(method.methodType(), QMetaMethod::Slot);
+            QCOMPARE(method.access(), QMetaMethod::Public);
+            QVERIFY(signature.endsWith(QLatin1String("()")));
+            marks.append(signature.mid(10).chopped(2));
+        }
+    }
+    QCOMPARE(groups.size(), 51);
+    QCOMPARE(marks, groups);
+
+    // A stale mark only changes what counts as news; it never says anything itself.
+    VelutraResponseDecoder decoder;
+    SignalRecorder recorder(&decoder);
+    feed(decoder, recorder,
+         QStringList{"Velutra-3 Hardware:1.2 Firmware:V6.0.0\n", s_s6Line, s_s7Line, s_s8Line,
+                     s9Line(42), "Standby = ok\n", "Frequency index parameter: 3\n",
+                     "ZEL THG\tAll runtimes=10 20 30 \n", "ZEL HG\tErrorcode=12\n"}
+                 + moduleBlock("0x8d"));
+    for (const QString &group : groups) {
+        const QByteArray slot = "markStale_" + group.toLatin1();
+        QVERIFY(QMetaObject::invokeMethod(&decoder, slot.constData()));
+    }
+    QCOMPARE(recorder.takeAll(), QStringList());
+}
+
+// Each row: a group, the lines of its reply, what they give the first time and what they
+// give again after the group was marked stale. In between, the same lines again give
+// nothing, and a reply of another group (s6) is not republished by the mark.
+void TestResponseDecoder::markStaleRepublishesOneGroup_data()
+{
+    QTest::addColumn<QString>("group");
+    QTest::addColumn<QStringList>("lines");
+    QTest::addColumn<QStringList>("first");
+    QTest::addColumn<QStringList>("afterMark");
+
+    auto row = [](const char *group, const QStringList &lines, const QStringList &first,
+                  const QStringList &afterMark) {
+        QTest::newRow(group) << QString::fromLatin1(group) << lines << first << afterMark;
+    };
+    auto same = [&row](const char *group, const QStringList &lines, const QStringList &first) {
+        row(group, lines, first, first);
+    };
+
+    same("ly_system_info_Velutra", {"Velutra-10 Hardware:2.0 Firmware:V6.1.0\n"},
+         {"sigsVelutraTypeChanged(\"Velutra-10\")", "sigsHardwareVersionChanged(\"2.0\")",
+          "sigsFirmwareVersionChanged(\"V6.1.0\")"});
+    same("ly_system_info_DeviceOnTime",
+         {"Device switch on time (Standby and up): 12 hours 5 minutes\n"},
+         {"sigsDeviceOnHoursChanged(\"12\")", "sigsDeviceOnMinutesChanged(\"5\")"});
+    // The module kind is published with the last line of the module block, so it comes
+    // again with that line.
+    row("ls_info_PCBSerialNumber", moduleBlock("0x8d"),
+        moduleBlockSignals("0x8d") << "sigExistsTHGModule(true)",
+        {"sigsHGModulePCBSerialNumber(\"PCB-0042\")", "sigExistsTHGModule(true)"});
+    row("ls_info_ModuleAddrType", moduleBlock("0x8d"),
+        moduleBlockSignals("0x8d") << "sigExistsTHGModule(true)",
+        {"sigsHGModuleAddress(\"0x21\")", "sigsHGModuleType(\"0x8d\")"});
+    same("s7", {s_s7Line}, s_s7Signals);
+    same("s9", {s9Line(42)}, s9Signals());
+    same("DebuggingStatus", {"Debugging on communication channel 2 enabled\n"},
+         {"sigDebuggingStatusChanged(true)"});
+    same("SystemState", {"Standby = ok\n"}, {"sigSystemStateChanged(3)"});
+    same("PowerSetpoint_nJ", {"Setted laser power: 500nJ\n"}, {"sigPowerSetting_nJ_Changed(500)"});
+    same("PowerSetpoint_Percent", {"Setted laser power in relative unit:42.5\n"},
+         {"sigPowerSetting_percent_Changed(42.5)"});
+    same("FrequencyIndex", {"Frequency index parameter: 3\n"}, {"sigFrequencyIndexChanged(3)"});
+    same("FrequencyDivList", {"0 0 PCPER 4\n"}, {"sigFrequencyDivListChanged({0:4})"});
+    same("Oven1TemperatureSetpoint", {"ZEL SHG\tOven Setpoint=150.0 C\tMin=20.0 C\tMax=200.0 C\n"},
+         {"sigOven1TempSettingChanged(150)", "sigOven1TempSettingRangeChanged(20,200)"});
+    same("Oven2TemperatureSetpoint",
+         {"ZEL THG\tTHG Oven Setpoint=90.5 C\tMin=30.0 C\tMax=120.0 C\n"},
+         {"sigOven2TempSettingChanged(90.5)", "sigOven2TempSettingRangeChanged(30,120)"});
+    same("DynamicWLS_Green", {"  SHG  Wavelength Index: 1  IR pulse energy = 2500\n"},
+         {"sigDynamicWLS_GreenChanged(2.5)"});
+    same("HGStatusFlags", {"ZEL HG\tStatus flags=1A\n"}, {"sigHGStatusFlagsChanged(26)"});
+    same("HGErrorcode", {"ZEL HG\tErrorcode=12\n"}, {"sigHGErrorcodeChanged(12)"});
+    same("HGRuntime", {"ZEL THG\tRuntime=3600s\n"}, {"sigsHGModuleRuntime(\"1 hours 0 minutes\")"});
+    same("HGCrystalCurSpot", {"ZEL THG\tCurrent crystal spot=1\n"},
+         {"sigHGCrystalCurSpotChanged(1)"});
+    same("HGCrystalAllRuntimes", {"ZEL THG\tAll runtimes=10 20 30 \n"},
+         {"sigHGCrystalAllRuntimesChanged({0:10,1:20,2:30})"});
+}
+
+void TestResponseDecoder::markStaleRepublishesOneGroup()
+{
+    QFETCH(QString, group);
+    QFETCH(QStringList, lines);
+    QFETCH(QStringList, first);
+    QFETCH(QStringList, afterMark);
+
+    VelutraResponseDecoder decoder;
+    SignalRecorder recorder(&decoder);
+    QCOMPARE(feed(decoder, recorder, {s_s6Line}), s_s6Signals);
+    QCOMPARE(feed(decoder, recorder, lines), first);
+    QCOMPARE(feed(decoder, recorder, lines), QStringList());
+
+    const QByteArray slot = "markStale_" + group.toLatin1();
+    QVERIFY(QMetaObject::invokeMethod(&decoder, slot.constData()));
+    QCOMPARE(recorder.takeAll(), QStringList());
+    QCOMPARE(feed(decoder, recorder, {s_s6Line}), QStringList());
+    QCOMPARE(feed(decoder, recorder, lines), afterMark);
+    // Published again; the change filter is back.
+    QCOMPARE(feed(decoder, recorder, lines), QStringList());
+}
+
+void TestResponseDecoder::markStaleKeepsLatestValues()
+{
+    // A mark followed by an unforced publish gives the last values received.
+    VelutraResponseDecoder decoder;
+    SignalRecorder recorder(&decoder);
+    feed(decoder, recorder,
+         {s_s7Line, "Frequency index parameter: 3\n", "ZEL THG\tAll runtimes=10 20 \n",
+          "Setted laser power: 500nJ\n", "Standby = ok\n"});
+
+    decoder.markStale_s7();
+    decoder.markStale_FrequencyIndex();
+    decoder.markStale_HGCrystalAllRuntimes();
+    decoder.markStale_PowerSetpoint_nJ();
+    QCOMPARE(recorder.takeAll(), QStringList());
+    decoder.publish_s7();
+    decoder.publish_FrequencyIndex();
+    decoder.publish_HGCrystalAllRuntimes();
+    decoder.publish_PowerSetpoint_nJ();
+    QCOMPARE(recorder.takeAll(),
+             s_s7Signals
+                     + QStringList({"sigFrequencyIndexChanged(3)",
+                                    "sigHGCrystalAllRuntimesChanged({0:10,1:20})",
+                                    "sigPowerSetting_nJ_Changed(500)"}));
+    // Groups not marked stay quiet.
+    decoder.publish_SystemState();
+    decoder.publish_FrequencyIndex();
+    QCOMPARE(recorder.takeAll(), QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestResponseDecoder)

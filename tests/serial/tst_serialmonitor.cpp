@@ -20,9 +20,11 @@ private slots:
     void lineFormat_data();
     void lineFormat();
     void viewShowsColouredFragments();
+    void viewShowsDeviceTextAsSent();
     void sendEmitsCommandWithLineFeed();
     void emptyCommandSendsNothing();
     void returnKeySends();
+    void sendOnlyWhilePortOpen();
     void scrolledUpViewDoesNotFollow();
     void clearEmptiesTheView();
     void viewIsBounded();
@@ -64,11 +66,17 @@ void TestSerialMonitor::lineFormat_data()
             << "RX:" << QByteArray("ab\0cd", 5)
             << "<font color=#000000>t: </font><font color=#00aaff>RX:</font> ab "
                "<font color=#ff00ff>61h 62h 00h 63h 64h </font>";
-    QTest::newRow("not escaped, high bytes as Latin-1")
+    QTest::newRow("escaped, high bytes as Latin-1")
             << "t"
-            << "RX:" << QByteArray("<b>\xE9\xFF")
+            << "RX:" << QByteArray("<b>&\xE9\xFF")
             << QString::fromLatin1("<font color=#000000>t: </font><font color=#00aaff>RX:</font> "
-                                   "<b>\xE9\xFF <font color=#ff00ff>3Ch 62h 3Eh E9h FFh </font>");
+                                   "&lt;b&gt;&amp;\xE9\xFF <font color=#ff00ff>3Ch 62h 3Eh 26h E9h "
+                                   "FFh </font>");
+    QTest::newRow("escaped tag") << "a<b>&c:00-000"
+                                 << "TX:" << QByteArray("x")
+                                 << "<font color=#000000>a&lt;b&gt;&amp;c:00-000: </font><font "
+                                    "color=#0000ff>TX:</font> x "
+                                    "<font color=#ff00ff>78h </font>";
     QTest::newRow("null bytes") << "t"
                                 << "TX:" << QByteArray()
                                 << "<font color=#000000>t: </font><font color=#0000ff>TX:</font>  "
@@ -127,9 +135,28 @@ void TestSerialMonitor::viewShowsColouredFragments()
     QVERIFY(edit->document()->firstBlock().text().contains(QLatin1String(" ab")));
 }
 
+void TestSerialMonitor::viewShowsDeviceTextAsSent()
+{
+    SerialMonitor monitor;
+    monitor.slotBytesReceived(QStringLiteral("COM3:07-042"), "<b>x</b> & <i>y &amp; z\r");
+    QPlainTextEdit *edit = view(monitor);
+    QVERIFY(edit);
+    QCOMPARE(edit->document()->blockCount(), 1);
+    const QTextBlock block = edit->document()->firstBlock();
+    QVERIFY2(block.text().contains(QLatin1String("RX: <b>x</b> & <i>y &amp; z ")),
+             qPrintable(block.text()));
+    // Nothing of it became formatting.
+    for (auto it = block.begin(); !it.atEnd(); ++it) {
+        const QTextCharFormat format = it.fragment().charFormat();
+        QVERIFY(format.fontWeight() <= QFont::Normal);
+        QVERIFY(!format.fontItalic());
+    }
+}
+
 void TestSerialMonitor::sendEmitsCommandWithLineFeed()
 {
     SerialMonitor monitor;
+    monitor.setPortOpen(true);
     QSignalSpy spy(&monitor, &SerialMonitor::sigSendCommand);
     QLineEdit *line = monitor.findChild<QLineEdit *>();
     QVERIFY(line);
@@ -146,6 +173,7 @@ void TestSerialMonitor::sendEmitsCommandWithLineFeed()
 void TestSerialMonitor::emptyCommandSendsNothing()
 {
     SerialMonitor monitor;
+    monitor.setPortOpen(true);
     QSignalSpy spy(&monitor, &SerialMonitor::sigSendCommand);
     QToolButton *send = monitor.findChild<QToolButton *>(QStringLiteral("toolButtonSend"));
     QVERIFY(send);
@@ -156,6 +184,7 @@ void TestSerialMonitor::emptyCommandSendsNothing()
 void TestSerialMonitor::returnKeySends()
 {
     SerialMonitor monitor;
+    monitor.setPortOpen(true);
     QSignalSpy spy(&monitor, &SerialMonitor::sigSendCommand);
     QLineEdit *line = monitor.findChild<QLineEdit *>();
     QVERIFY(line);
@@ -165,6 +194,39 @@ void TestSerialMonitor::returnKeySends()
     QTest::keyClick(line, Qt::Key_Return);
     QCOMPARE(spy.count(), 1);
     QCOMPARE(spy.at(0).at(0).toByteArray(), QByteArray("ly_vtx2_power?\n"));
+}
+
+void TestSerialMonitor::sendOnlyWhilePortOpen()
+{
+    SerialMonitor monitor;
+    monitor.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&monitor));
+    QSignalSpy spy(&monitor, &SerialMonitor::sigSendCommand);
+    QLineEdit *line = monitor.findChild<QLineEdit *>();
+    QVERIFY(line);
+    QToolButton *send = monitor.findChild<QToolButton *>(QStringLiteral("toolButtonSend"));
+    QVERIFY(send);
+
+    // No port yet: neither the button nor the return key sends, and the text stays.
+    QVERIFY(!send->isEnabled());
+    QTest::keyClicks(line, QStringLiteral("ly_vtx2_power=1"));
+    QTest::mouseClick(send, Qt::LeftButton);
+    QTest::keyClick(line, Qt::Key_Return);
+    QCOMPARE(spy.count(), 0);
+    QCOMPARE(line->text(), QStringLiteral("ly_vtx2_power=1"));
+
+    monitor.setPortOpen(true);
+    QVERIFY(send->isEnabled());
+    QTest::keyClick(line, Qt::Key_Return);
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(spy.at(0).at(0).toByteArray(), QByteArray("ly_vtx2_power=1\n"));
+
+    monitor.setPortOpen(false);
+    QVERIFY(!send->isEnabled());
+    QTest::keyClicks(line, QStringLiteral("ls_wavelength?"));
+    QTest::keyClick(line, Qt::Key_Return);
+    QTest::mouseClick(send, Qt::LeftButton);
+    QCOMPARE(spy.count(), 1);
 }
 
 void TestSerialMonitor::scrolledUpViewDoesNotFollow()
