@@ -172,14 +172,15 @@ QString VelutraSimLaser::churnTemperatures()
     // heated oven takes a knock that its regulation then works off again.
     m_temperatureDrift
             = std::clamp(m_temperatureDrift + m_churnRandom.bounded(2.0) - 1.0, -3.0, 3.0);
-    m_humidity = std::clamp(m_humidity + m_churnRandom.bounded(3.0) - 1.5, 5.0, 40.0);
+    const double wetter = m_churnRandom.bounded(3.0) - 1.5;
+    m_humidity = std::clamp(m_humidity + wetter, 5.0, 40.0);
     const double knock = (0.3 + m_churnRandom.bounded(1.2)) * (m_churnRandom.bounded(2) ? 1 : -1);
     if (hasModule() && m_ovenMode != 2) {
         m_oven1 += knock;
     }
     return QStringLiteral("drift %1 C, humidity %2 %, oven knock %3 C")
             .arg(m_temperatureDrift, 0, 'f', 2)
-            .arg(m_humidity, 0, 'f', 1)
+            .arg(wetter, 0, 'f', 1)
             .arg(knock, 0, 'f', 2);
 }
 
