@@ -34,7 +34,8 @@ QByteArray escaped(const QByteArray &bytes)
             text += "\\t";
         } else if (c == '\\') {
             text += "\\\\";
-        } else if (byte < 0x20 || byte >= 0x7f) {
+        } else if (byte < 0x20 || byte >= 0x7f || c == '"') {
+            // A quote inside would make the record's end hard to find.
             char hex[5];
             std::snprintf(hex, sizeof hex, "\\x%02x", byte);
             text += hex;

@@ -316,7 +316,7 @@ void TestSimExecutable::traceRecordsEveryByte()
         client.pump(100);
         client.send("ly_vtx2_po");
         client.pump(100);
-        client.send("wer?\n\n");
+        client.send("wer?\n\na\"b\n");
         client.pump(200);
     }
     process.terminate();
@@ -343,8 +343,8 @@ void TestSimExecutable::traceRecordsEveryByte()
     for (auto it = command.globalMatch(QString::fromLatin1(text)); it.hasNext();) {
         commands << it.next().captured(1);
     }
-    QCOMPARE(commands,
-             QStringList({"e_freq?", "\\x01\\xff", "e_div?", "s6", "ly_vtx2_power?", ""}));
+    QCOMPARE(commands, QStringList({"e_freq?", "\\x01\\xff", "e_div?", "s6", "ly_vtx2_power?", "",
+                                    "a\\x22b"}));
 }
 
 void TestSimExecutable::pacedByDefault()
