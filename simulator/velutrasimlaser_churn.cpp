@@ -33,8 +33,13 @@ QByteArray VelutraSimLaser::commandName(const Command &command)
 
 bool VelutraSimLaser::isSetCommandName(const QByteArray &name)
 {
+    // Requests that read without a question mark: the identity block, the status records.
+    static const QList<QByteArray> plainQueries = {"ly_system_info", "s6", "s7", "s8", "s9"};
+    if (name.endsWith('?') || plainQueries.contains(name)) {
+        return false;
+    }
     for (const Command &command : commandTable()) {
-        if (!QByteArray(command.text).endsWith('?') && commandName(command) == name) {
+        if (commandName(command) == name) {
             return true;
         }
     }

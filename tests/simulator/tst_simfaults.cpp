@@ -358,6 +358,10 @@ void TestSimFaults::controlCommandErrors()
                     .startsWith(QLatin1String("error:")));
     QCOMPARE(simulator->executeControl(QStringLiteral("refuse ly_vtx2_power?")),
              QStringLiteral("error: ly_vtx2_power? is not a set command"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse s7")),
+             QStringLiteral("error: s7 is not a set command"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse ly_system_info")),
+             QStringLiteral("error: ly_system_info is not a set command"));
     QCOMPARE(simulator->executeControl(QStringLiteral("refuse no_such_thing")),
              QStringLiteral("error: no_such_thing is not a set command"));
     QVERIFY(simulator->executeControl(QStringLiteral("accept"))
