@@ -57,21 +57,35 @@ const ModelData &modelData(const QString &name)
     return s_models[0];
 }
 
+// What each kind of harmonic module is: what it calls itself in its information block
+// (the type code decides the kind), which outputs and sensors it has, and which of its
+// status-flag bits report an oven or the humidity.
 struct ModuleData
 {
     VelutraSimLaser::Module module;
     const char *option;
     const char *type;
     const char *serial;
-    int outputConfig;
+    const char *firmware;
+    int outputConfig; // bit 0 IR, 1 green, 2 UV, 3 DUV
+    bool twoOvensAndSpots; // third harmonic: SHG and THG oven, crystal spots
+    bool humiditySensor;
+    bool dynamicWavelength;
+    quint16 oven1Flag;
+    quint16 oven2Flag;
+    quint16 humidityFlag;
 };
 
 const ModuleData s_modules[] = {
-        {VelutraSimLaser::Module::None, "none", "", "", 0x01},
-        {VelutraSimLaser::Module::Shg86, "0x86", "0x86 SHG", "HG86-1907-0023", 0x03},
-        {VelutraSimLaser::Module::Thg8d, "0x8d", "0x8d THG", "HG8D-2002-0051", 0x07},
-        {VelutraSimLaser::Module::Shgg90, "0x90", "0x90 SHGg", "HG90-2305-0108", 0x03},
-        {VelutraSimLaser::Module::Thgi93, "0x93", "0x93 THGi", "HG93-2410-0117", 0x07},
+        {VelutraSimLaser::Module::None, "none", "", "", "", 0x01, false, false, false, 0, 0, 0},
+        {VelutraSimLaser::Module::Shg86, "0x86", "0x86 SHG", "HG86-1907-0023", "1.8.2", 0x03, false,
+         true, false, 0x80, 0x80, 0x200},
+        {VelutraSimLaser::Module::Thg8d, "0x8d", "0x8d THG", "HG8D-2002-0051", "1.8.2", 0x07, true,
+         false, false, 0x80, 0x80, 0x200},
+        {VelutraSimLaser::Module::Shgg90, "0x90", "0x90 SHGg", "HG90-2305-0108", "3.2.7", 0x03,
+         false, true, true, 0x08, 0x08, 0x100},
+        {VelutraSimLaser::Module::Thgi93, "0x93", "0x93 THGi", "HG93-2410-0117", "3.2.7", 0x07,
+         true, true, true, 0x08, 0x10, 0x100},
 };
 
 const ModuleData &moduleData(VelutraSimLaser::Module module)
@@ -105,6 +119,8 @@ QByteArray hoursMinutes(double seconds)
 VelutraSimLaser::VelutraSimLaser(const Config &config, QObject *parent)
     : QObject(parent)
     , m_config(config)
+    , m_random(config.seed)
+    , m_churnRandom(config.seed ^ 0x5eedc0deu)
 {
     if (m_config.speed <= 0.0) {
         m_config.speed = 1.0;
@@ -116,6 +132,12 @@ VelutraSimLaser::VelutraSimLaser(const Config &config, QObject *parent)
     m_state = m_config.initialState;
     m_finalTarget = m_state;
     m_debug = m_config.debugOutput;
+    if (m_config.aomMode == 2 || m_config.aomMode == 3 || m_config.aomMode == 8) {
+        m_aomMode = m_config.aomMode;
+    }
+    for (const QString &name : qAsConst(m_config.refused)) {
+        setRefused(name.toLatin1(), true);
+    }
     for (int period : s_pulsePeriods) {
         m_periods.append(period);
     }
@@ -141,7 +163,10 @@ VelutraSimLaser::VelutraSimLaser(const Config &config, QObject *parent)
     m_wavelengthTimer.setSingleShot(true);
     connect(&m_wavelengthTimer, &QTimer::timeout, this, &VelutraSimLaser::finishWavelengthChange);
     connect(&m_spotTimer, &QTimer::timeout, this, &VelutraSimLaser::stepSpot);
+    m_churnTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_churnTimer, &QTimer::timeout, this, &VelutraSimLaser::churnTimeout);
     m_clock.start();
+    setChurnSeconds(m_config.churnSeconds);
 }
 
 const QVector<VelutraSimLaser::Command> &VelutraSimLaser::commandTable()
@@ -159,7 +184,7 @@ const QVector<VelutraSimLaser::Command> &VelutraSimLaser::commandTable()
             {"e_power?", false, false, &L::relativePowerQuery},
             {"e_power=", true, false, &L::relativePowerSet},
             {"e_freq?", false, false, &L::frequencyQuery},
-            {"e_freq ", true, false, &L::frequencySet},
+            {"e_freq ", true, false, &L::frequencySet, Gate::ListenOrStandby},
             {"e_div?", false, false, &L::divisionQuery},
             {"e_div ", true, false, &L::divisionSet},
             {"e_mode?", false, false, &L::aomModeQuery},
@@ -177,8 +202,8 @@ const QVector<VelutraSimLaser::Command> &VelutraSimLaser::commandTable()
             {"ly_vtx2_disabled", false, false, &L::goDisabled},
             {"ly_vtx2_standby", false, false, &L::goStandby},
             {"ly_vtx2_listen", false, false, &L::goListen},
-            {"ly_vtx_wvl ", true, false, &L::laserWavelengthSet},
-            {"ly_vtx2_wvl ", true, false, &L::laserWavelengthSet},
+            {"ly_vtx_wvl ", true, false, &L::laserWavelengthSet, Gate::ListenOrStandby},
+            {"ly_vtx2_wvl ", true, false, &L::laserWavelengthSet, Gate::ListenOrStandby},
             {"ls?", false, true, &L::moduleInfo},
             {"ls_humidity?", false, true, &L::humidityQuery},
             {"ls_enable?", false, true, &L::ovenModeQuery},
@@ -192,7 +217,7 @@ const QVector<VelutraSimLaser::Command> &VelutraSimLaser::commandTable()
             {"ls_crystal_curSpot?", false, true, &L::currentSpotQuery},
             {"ls_crystal_curRuntime?", false, true, &L::currentRuntimeQuery},
             {"ls_crystal_maxRuntime?", false, true, &L::maxRuntimeQuery},
-            {"ls_crystal_setSpot=", true, true, &L::spotSet},
+            {"ls_crystal_setSpot=", true, true, &L::spotSet, Gate::ListenOrStandby},
             {"ls_wavelength?", false, true, &L::wavelengthQuery},
             {"ls_wavelength=", true, true, &L::wavelengthSet},
             {"ls_status?", false, true, &L::moduleStatusQuery},
@@ -240,8 +265,12 @@ void VelutraSimLaser::receiveLine(const QByteArray &received)
     if (found == nullptr) {
         // The laser hands what it does not know to the module, which answers with its help.
         reply += hasModule() ? helpText() : QByteArray("Unknown command.\n");
+    } else if (m_refused.contains(commandName(*found))) {
+        reply += "Command refused: " + commandName(*found) + ".\n";
     } else if (found->needsModule && !hasModule()) {
         reply += "No harmonic generation module connected.\n";
+    } else if (found->gate == Gate::ListenOrStandby && !optionsOpen()) {
+        reply += "Command refused: only in listen or standby.\n";
     } else {
         (this->*(found->handler))(argument, reply);
     }
@@ -311,12 +340,30 @@ QByteArray VelutraSimLaser::number(double value, int decimals)
 
 bool VelutraSimLaser::isThgModule() const
 {
-    return m_config.module == Module::Thg8d || m_config.module == Module::Thgi93;
+    return moduleData(m_config.module).twoOvensAndSpots;
 }
 
 bool VelutraSimLaser::isNewGeneration() const
 {
     return m_config.module == Module::Shgg90 || m_config.module == Module::Thgi93;
+}
+
+bool VelutraSimLaser::hasHumiditySensor() const
+{
+    return moduleData(m_config.module).humiditySensor;
+}
+
+QVector<quint16> VelutraSimLaser::faultFlagChoices() const
+{
+    const ModuleData &module = moduleData(m_config.module);
+    QVector<quint16> choices{module.oven1Flag};
+    if (module.oven2Flag != module.oven1Flag) {
+        choices << module.oven2Flag << quint16(module.oven1Flag | module.oven2Flag);
+    }
+    if (module.humiditySensor) {
+        choices << module.humidityFlag;
+    }
+    return choices;
 }
 
 QByteArray VelutraSimLaser::modulePrefix() const
@@ -362,7 +409,7 @@ double VelutraSimLaser::measuredEnergyNj()
     if (!aomOpen || m_changingWavelength) {
         return 0.0;
     }
-    return m_energyNj * (1.0 + noise(0.003));
+    return m_energyNj * m_powerFactor * (1.0 + noise(0.003));
 }
 
 double VelutraSimLaser::conversionFactor(double actual, double setpoint) const
@@ -418,8 +465,8 @@ quint16 VelutraSimLaser::hgStatusFlags()
 {
     advance();
     quint16 flags = m_injectedFlags;
-    if (m_humidity > 50.0) {
-        flags |= isNewGeneration() ? 0x100 : 0x200;
+    if (hasHumiditySensor() && m_humidity > 50.0) {
+        flags |= moduleData(m_config.module).humidityFlag;
     }
     return flags;
 }
@@ -646,7 +693,8 @@ void VelutraSimLaser::statusRecord9(const QByteArray &, QByteArray &reply)
     const bool pumped = m_state == State::Disabled || m_state == State::Enabled;
     QByteArray line = "s9";
     for (double set : setpoints) {
-        const double actual = set == 0.0 ? 0.0 : set + (pumped ? 0.08 : 0.0) + noise(0.04);
+        const double actual
+                = set == 0.0 ? 0.0 : set + m_temperatureDrift + (pumped ? 0.08 : 0.0) + noise(0.04);
         const double low = set == 0.0 ? 0.0 : set - 5.0;
         const double high = set == 0.0 ? 0.0 : set + 5.0;
         line += ' ' + number(set, 2) + ' ' + number(actual, 2) + ' ' + number(low, 2) + ' '
@@ -730,8 +778,8 @@ void VelutraSimLaser::divisionSet(const QByteArray &argument, QByteArray &reply)
 {
     bool ok = false;
     const int factor = argument.toInt(&ok);
-    if (ok && factor >= 1 && factor <= 10000000) {
-        m_divisionFactor = factor;
+    if (ok) {
+        m_divisionFactor = std::clamp(factor, 1, 10000000);
     }
     divisionQuery(argument, reply);
 }
@@ -849,7 +897,7 @@ void VelutraSimLaser::moduleInfo(const QByteArray &, QByteArray &reply)
     const ModuleData &module = moduleData(m_config.module);
     reply += QByteArray("ZEL harmonic generation module (address: 0x21 / type: ") + module.type
              + ")\n";
-    reply += isNewGeneration() ? "Firmware version:\t3.2.7\n" : "Firmware version:\t1.8.2\n";
+    reply += QByteArray("Firmware version:\t") + module.firmware + '\n';
     reply += "Bootloader version:\t1.1.0\n";
     reply += QByteArray("Module serial number:\t") + module.serial + '\n';
     reply += "PCB serial number:\tPCB-4471-B\n";
@@ -857,6 +905,10 @@ void VelutraSimLaser::moduleInfo(const QByteArray &, QByteArray &reply)
 
 void VelutraSimLaser::humidityQuery(const QByteArray &, QByteArray &reply)
 {
+    if (!hasHumiditySensor()) {
+        reply += helpText();
+        return;
+    }
     m_humidity = std::clamp(m_humidity + noise(0.05), 5.0, 95.0);
     reply += modulePrefix() + "\tHumidity=" + number(m_humidity, 1) + "%\n";
 }
@@ -900,19 +952,18 @@ void VelutraSimLaser::setpointQuery(const QByteArray &, QByteArray &reply)
 
 namespace {
 
-bool applySetpoint(const QByteArray &argument, double low, double high, double *setpoint,
+// An oven takes any number and limits it to its range; what it did is in its answer.
+void applySetpoint(const QByteArray &argument, double low, double high, double *setpoint,
                    QByteArray &reply)
 {
     bool ok = false;
     const double value = argument.toDouble(&ok);
-    if (!ok || !std::isfinite(value) || value < low || value > high) {
-        reply += "Setpoint out of range: " + argument + " C (" + QByteArray::number(low, 'f', 1)
-                 + " - " + QByteArray::number(high, 'f', 1) + " C)\n";
-        return false;
+    if (!ok || !std::isfinite(value)) {
+        reply += "Setpoint not a number: " + argument + '\n';
+        return;
     }
-    *setpoint = value;
-    reply += "New oven temperature setpoint: " + QByteArray::number(value, 'f', 1) + " C\n";
-    return true;
+    *setpoint = std::clamp(value, low, high);
+    reply += "New oven temperature setpoint: " + QByteArray::number(*setpoint, 'f', 1) + " C\n";
 }
 
 } // namespace
@@ -1119,8 +1170,9 @@ void VelutraSimLaser::outputConfigQuery(const QByteArray &, QByteArray &reply)
 
 void VelutraSimLaser::dwlsFeatureQuery(const QByteArray &, QByteArray &reply)
 {
-    reply += isNewGeneration() ? "ZEL HG\tDynamic wavelength switching feature enabled\n"
-                               : "ZEL HG\tDynamic wavelength switching feature disabled\n";
+    reply += moduleData(m_config.module).dynamicWavelength
+                     ? "ZEL HG\tDynamic wavelength switching feature enabled\n"
+                     : "ZEL HG\tDynamic wavelength switching feature disabled\n";
 }
 
 void VelutraSimLaser::dwlsEnableQuery(const QByteArray &, QByteArray &reply)
@@ -1137,7 +1189,7 @@ void VelutraSimLaser::dwlsEnableSet(const QByteArray &argument, QByteArray &repl
         reply += helpText();
         return;
     }
-    m_dwlsEnabled = isNewGeneration() && value == 1;
+    m_dwlsEnabled = moduleData(m_config.module).dynamicWavelength && value == 1;
     dwlsEnableQuery(argument, reply);
 }
 
@@ -1182,7 +1234,9 @@ QByteArray VelutraSimLaser::helpText() const
     }
     text += "ls_temp_setpoint?\n\tDisplays the module oven setpoint(s) in degrees C\n";
     text += "ls_temp_oven?\n\tDisplays the module oven(s) temperature in degrees C\n";
-    text += "ls_humidity?\n\tDisplays the relative humidity in % within the module.\n";
+    if (hasHumiditySensor()) {
+        text += "ls_humidity?\n\tDisplays the relative humidity in % within the module.\n";
+    }
     text += "ls_wavelength=x\n\tSets the output wavelength [x range: 0-3]\n\twhere:\n";
     text += "\t\t0 sets IR output\n\t\t1 sets SHG output\n";
     text += thg ? "\t\t2 sets THG output\n" : "\t\t2 THG not available.\n";

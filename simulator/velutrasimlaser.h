@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QRandomGenerator>
 #include <QString>
+#include <QStringList>
 #include <QTimer>
 #include <QVector>
 
@@ -30,6 +31,10 @@ public:
         State initialState = State::Listen;
         double speed = 1.0; // model seconds per wall-clock second
         bool debugOutput = false;
+        int aomMode = 2; // 2 internal, 3 external, 8
+        double churnSeconds = 0.0; // model seconds between churn steps; 0: no churn
+        quint32 seed = 20261121u; // noise and churn
+        QStringList refused; // set commands refused outright, by name
     };
 
     explicit VelutraSimLaser(const Config &config, QObject *parent = nullptr);
@@ -48,7 +53,22 @@ public:
     bool shutterWarning() const { return m_shutterWarning; }
     void emitShutterWarning();
 
+    // Settings the device refuses outright, named as in its command list without the
+    // trailing '=' or blank ("ly_vtx2_power", "e_freq"); queries are never refused.
+    bool setRefused(const QByteArray &name, bool refused);
+    void acceptAll() { m_refused.clear(); }
+    QStringList refusedCommands() const;
+    static bool isSetCommandName(const QByteArray &name);
+
+    // Churn: on its own the device changes something the program watches, every
+    // churnSeconds of model time; 0 stops it. churnStep() does one step now and says what.
+    void setChurnSeconds(double seconds);
+    double churnSeconds() const { return m_churnSeconds; }
+    QString churnStep();
+    int churnSteps() const { return m_churnSteps; }
+
     const Config &config() const { return m_config; }
+    int aomMode() const { return m_aomMode; }
     int deviceStatus() const;
     QString stateText() const;
     QString moduleTypeText() const;
@@ -61,15 +81,21 @@ public:
 signals:
     // Whole lines, each ending in a line feed.
     void sigOutput(const QByteArray &lines);
+    // What a churn step changed, for the trace.
+    void sigChurned(const QString &what);
 
 private:
     using Handler = void (VelutraSimLaser::*)(const QByteArray &argument, QByteArray &reply);
+    // Some settings move the optics and are taken only while the laser is in listen or
+    // standby (status word bit 3 or 5), the same rule by which the program locks them.
+    enum class Gate { Always, ListenOrStandby };
     struct Command
     {
         const char *text;
         bool takesArgument; // text is a prefix ending in '=' or ' '
         bool needsModule;
         Handler handler;
+        Gate gate = Gate::Always;
     };
     static const QVector<Command> &commandTable();
 
@@ -141,6 +167,18 @@ private:
     void dwlsDefaultSet(const QByteArray &argument, QByteArray &reply);
 
     QByteArray helpText() const;
+    static QByteArray commandName(const Command &command);
+    bool optionsOpen() const { return (deviceStatus() & 0x28) != 0; }
+
+    // Churn, one kind of change each; they return what they did.
+    using ChurnAction = QString (VelutraSimLaser::*)();
+    QString churnState();
+    QString churnHgError();
+    QString churnHgFlags();
+    QString churnShutter();
+    QString churnTemperatures();
+    QString churnPower();
+    void churnTimeout();
     void requestState(State target, QByteArray &reply);
     void startStep(State from, State to, QByteArray &reply);
     void finishStep();
@@ -153,6 +191,9 @@ private:
     bool hasModule() const { return m_config.module != Module::None; }
     bool isThgModule() const;
     bool isNewGeneration() const;
+    bool hasHumiditySensor() const;
+    // The status-flag words by which this module reports its faults: each oven, humidity.
+    QVector<quint16> faultFlagChoices() const;
     QByteArray modulePrefix() const;
     int maxPosition() const { return isThgModule() ? 2 : 1; }
     static const char *positionName(int position);
@@ -177,7 +218,7 @@ private:
     Config m_config;
     bool m_echo = true;
     int m_commandCount = 0;
-    QRandomGenerator m_random{20261121u};
+    QRandomGenerator m_random;
     QElapsedTimer m_clock;
     qint64 m_lastAdvanceNs = 0;
 
@@ -218,6 +259,15 @@ private:
     bool m_shutterWarning = false;
     bool m_dwlsEnabled = false;
     QVector<double> m_dwlsDefaultsNj{20000.0, 10000.0, 5000.0, 0.0};
+
+    // Refusals and churn
+    QList<QByteArray> m_refused;
+    QRandomGenerator m_churnRandom;
+    QTimer m_churnTimer;
+    double m_churnSeconds = 0.0;
+    int m_churnSteps = 0;
+    double m_temperatureDrift = 0.0; // added to the laser's own temperature channels
+    double m_powerFactor = 1.0; // measured energy against the set-point
 };
 
 #endif // VELUTRASIMLASER_H

@@ -98,9 +98,27 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
     const QCommandLineOption shutter(
             QStringLiteral("shutter-warning"),
             QStringLiteral("Fault: the module warns of a shutter in the wrong position."));
-    parser.addOptions({help,    version,  model, application, module,  state,  speed, debug,
-                       link,    noPacing, trace, noSocket,    silent,  noEcho, crlf,  fragment,
-                       garbage, unknown,  flood, hgError,     hgFlags, shutter});
+    const QCommandLineOption aomMode(
+            QStringLiteral("aom-mode"),
+            QStringLiteral("AOM operating mode at power-up: 2 (default), 3 or 8."),
+            QStringLiteral("mode"), QStringLiteral("2"));
+    const QCommandLineOption churn(
+            QStringLiteral("churn"),
+            QStringLiteral("Every SECONDS of model time the device changes something on its own "
+                           "(state, module error, flags, shutter, temperatures, power)."),
+            QStringLiteral("seconds"));
+    const QCommandLineOption seed(
+            QStringLiteral("seed"),
+            QStringLiteral("Seed of the device's noise and churn (default 20261121)."),
+            QStringLiteral("n"), QStringLiteral("20261121"));
+    const QCommandLineOption refuse(
+            QStringLiteral("refuse"),
+            QStringLiteral("Refuse this set command outright, e.g. ly_vtx2_power (repeatable)."),
+            QStringLiteral("command"));
+    parser.addOptions({help,    version,  model,    application, module,   state,   speed,
+                       debug,   link,     noPacing, trace,       noSocket, silent,  noEcho,
+                       crlf,    fragment, garbage,  unknown,     flood,    hgError, hgFlags,
+                       shutter, aomMode,  churn,    seed,        refuse});
 
     if (!parser.parse(arguments)) {
         *message = parser.errorText();
@@ -147,6 +165,31 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
         return false;
     }
     parsed.laser.debugOutput = parser.isSet(debug);
+    if (!parseInt(parser.value(aomMode), 2, 8, &parsed.laser.aomMode)
+        || (parsed.laser.aomMode != 2 && parsed.laser.aomMode != 3 && parsed.laser.aomMode != 8)) {
+        *message = QStringLiteral("--aom-mode wants 2, 3 or 8");
+        return false;
+    }
+    if (parser.isSet(churn)) {
+        parsed.laser.churnSeconds = parser.value(churn).toDouble(&ok);
+        if (!ok || !(parsed.laser.churnSeconds >= 0.001 && parsed.laser.churnSeconds <= 86400.0)) {
+            *message = QStringLiteral("--churn wants seconds from 0.001 to 86400");
+            return false;
+        }
+    }
+    parsed.laser.seed = parser.value(seed).toUInt(&ok, 0);
+    if (!ok) {
+        *message = QStringLiteral("--seed wants a number from 0 to 4294967295");
+        return false;
+    }
+    for (const QString &name : parser.values(refuse)) {
+        if (!VelutraSimLaser::isSetCommandName(name.toLatin1())) {
+            *message = QStringLiteral("--refuse wants a set command such as ly_vtx2_power, not %1")
+                               .arg(name);
+            return false;
+        }
+        parsed.laser.refused << name;
+    }
     parsed.linkPath = parser.value(link);
     parsed.tracePath = parser.value(trace);
     parsed.pacing = !parser.isSet(noPacing);

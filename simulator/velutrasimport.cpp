@@ -34,7 +34,8 @@ QByteArray escaped(const QByteArray &bytes)
             text += "\\t";
         } else if (c == '\\') {
             text += "\\\\";
-        } else if (byte < 0x20 || byte >= 0x7f) {
+        } else if (byte < 0x20 || byte >= 0x7f || c == '"') {
+            // A quote inside would make the record's end hard to find.
             char hex[5];
             std::snprintf(hex, sizeof hex, "\\x%02x", byte);
             text += hex;
@@ -181,7 +182,8 @@ bool VelutraSimPort::setTraceFile(const QString &path, QString *error)
     }
     m_trace.write("# velutra-sim trace, started "
                   + QDateTime::currentDateTime().toString(Qt::ISODateWithMs).toLatin1()
-                  + "; seconds since start, direction (IN from the program, OUT to it), bytes\n");
+                  + "; seconds since start, record (IN bytes read, CMD one line the program "
+                    "ended with a line feed, OUT bytes written, --- a note), bytes\n");
     m_trace.flush();
     return true;
 }
@@ -401,14 +403,17 @@ void VelutraSimPort::readMaster()
     }
     const QByteArray bytes(buffer, int(count));
     trace("IN ", bytes);
-    if (m_silent) {
-        return;
-    }
+    // Reads split and join commands as the kernel pleases; the CMD records in the trace
+    // are the framed lines, one per line feed, so a test can count what the program wrote.
     for (char c : bytes) {
         if (c == '\n') {
             if (!m_discarding) {
                 const QByteArray line = m_inbox;
                 m_inbox.clear();
+                trace("CMD", line);
+                if (m_silent) {
+                    continue;
+                }
                 emit sigLineReceived(line);
                 if (m_master < 0) {
                     return; // a reply may have unplugged the port

@@ -39,6 +39,8 @@ public:
     void setPacing(bool on) { m_pacing = on; }
     bool pacing() const { return m_pacing; }
     bool setTraceFile(const QString &path, QString *error);
+    // A remark in the trace, among the bytes ("---" records).
+    void note(const QByteArray &text) { trace("---", text); }
 
     // Wire faults
     void setSilent(bool on) { m_silent = on; }

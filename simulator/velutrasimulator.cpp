@@ -40,6 +40,9 @@ const char s_controlHelp[]
           "  hg-error CODE              harmonic-module error code (0 clears)\n"
           "  hg-flags HEX               status flags added to the module's own\n"
           "  shutter on|off|once        shutter warning with every status reply, or once now\n"
+          "  refuse [COMMAND]           refuse a set command (e.g. ly_vtx2_power); alone: list\n"
+          "  accept COMMAND|all         take a refused set command again\n"
+          "  churn SECONDS|off|step     change something on its own every SECONDS, or once now\n"
           "  pacing on|off              3840 bytes/s or as fast as possible\n"
           "  unplug                     close the pseudo-terminal and withdraw it\n"
           "  replug                     plug in again on a new pseudo-terminal\n"
@@ -66,6 +69,8 @@ VelutraSimulator::VelutraSimulator(const VelutraSimOptions &options, QObject *pa
 
     connect(&m_port, &VelutraSimPort::sigLineReceived, &m_laser, &VelutraSimLaser::receiveLine);
     connect(&m_laser, &VelutraSimLaser::sigOutput, &m_port, &VelutraSimPort::sendLines);
+    connect(&m_laser, &VelutraSimLaser::sigChurned, &m_port,
+            [this](const QString &what) { m_port.note(what.toLatin1()); });
 }
 
 VelutraSimulator::~VelutraSimulator()
@@ -126,7 +131,8 @@ QString VelutraSimulator::statusText()
     return QStringLiteral("state=%1 status=%2 module=%3 plugged=%4 port=%5 silent=%6 echo=%7 "
                           "crlf=%8 fragment=%9/%10 garbage-each=%11 unknown-each=%12 flood=%13 "
                           "hg-error=%14 hg-flags=%15 shutter=%16 pacing=%17 commands=%18 "
-                          "written=%19 dropped=%20")
+                          "written=%19 dropped=%20 aom-mode=%21 churn=%22 churn-steps=%23 "
+                          "refused=%24")
             .arg(m_laser.stateText())
             .arg(m_laser.deviceStatus())
             .arg(m_laser.config().module == VelutraSimLaser::Module::None
@@ -147,7 +153,14 @@ QString VelutraSimulator::statusText()
                  QLatin1String(onOff(m_port.pacing())))
             .arg(m_laser.commandCount())
             .arg(m_port.bytesWritten())
-            .arg(m_port.bytesDropped());
+            .arg(m_port.bytesDropped())
+            .arg(m_laser.aomMode())
+            .arg(m_laser.churnSeconds() > 0.0 ? QString::number(m_laser.churnSeconds())
+                                              : QStringLiteral("off"))
+            .arg(m_laser.churnSteps())
+            .arg(m_laser.refusedCommands().isEmpty()
+                         ? QStringLiteral("-")
+                         : m_laser.refusedCommands().join(QLatin1Char(',')));
 }
 
 QString VelutraSimulator::executeControl(const QString &command)
@@ -283,6 +296,47 @@ QString VelutraSimulator::executeControl(const QString &command)
                      return QStringLiteral("error: shutter wants on, off or once");
                  }
                  m_laser.setShutterWarning(flag);
+                 return ok;
+             }},
+            {QStringLiteral("refuse"),
+             [&]() {
+                 if (argument.isEmpty()) {
+                     const QStringList names = m_laser.refusedCommands();
+                     return names.isEmpty()
+                                    ? ok
+                                    : QStringLiteral("ok %1").arg(names.join(QLatin1Char(' ')));
+                 }
+                 if (!m_laser.setRefused(argument.toLatin1(), true)) {
+                     return QStringLiteral("error: %1 is not a set command").arg(argument);
+                 }
+                 return ok;
+             }},
+            {QStringLiteral("accept"),
+             [&]() {
+                 if (argument == QLatin1String("all")) {
+                     m_laser.acceptAll();
+                     return ok;
+                 }
+                 if (!m_laser.setRefused(argument.toLatin1(), false)) {
+                     return QStringLiteral("error: accept wants a set command or all");
+                 }
+                 return ok;
+             }},
+            {QStringLiteral("churn"),
+             [&]() {
+                 if (argument == QLatin1String("step")) {
+                     return QStringLiteral("ok %1").arg(m_laser.churnStep());
+                 }
+                 if (argument == QLatin1String("off")) {
+                     m_laser.setChurnSeconds(0.0);
+                     return ok;
+                 }
+                 const double seconds = argument.toDouble(&numberOk);
+                 if (!numberOk || !(seconds >= 0.001 && seconds <= 86400.0)) {
+                     return QStringLiteral(
+                             "error: churn wants SECONDS (0.001 to 86400), off or step");
+                 }
+                 m_laser.setChurnSeconds(seconds);
                  return ok;
              }},
             {QStringLiteral("unplug"),

@@ -7,6 +7,18 @@
 
 #include <memory>
 
+// A simulator in this process with these options, plugged in and ready.
+inline std::unique_ptr<VelutraSimulator> startSimulator(const VelutraSimOptions &options)
+{
+    auto simulator = std::make_unique<VelutraSimulator>(options);
+    QString error;
+    if (!simulator->plugIn(&error)) {
+        qWarning("cannot plug the simulator in: %s", qPrintable(error));
+        return nullptr;
+    }
+    return simulator;
+}
+
 // A simulator in this process, plugged in and ready; pacing off unless asked for.
 inline std::unique_ptr<VelutraSimulator>
 startSimulator(const QString &module, double speed = 1.0,
@@ -19,13 +31,7 @@ startSimulator(const QString &module, double speed = 1.0,
     options.laser.initialState = state;
     options.laser.model = model;
     options.pacing = pacing;
-    auto simulator = std::make_unique<VelutraSimulator>(options);
-    QString error;
-    if (!simulator->plugIn(&error)) {
-        qWarning("cannot plug the simulator in: %s", qPrintable(error));
-        return nullptr;
-    }
-    return simulator;
+    return startSimulator(options);
 }
 
 #endif // SIMTESTSUPPORT_H

@@ -4,6 +4,7 @@
 #include "simtestclient.h"
 #include "simtestsupport.h"
 
+#include <QSet>
 #include <QTest>
 
 class TestSimDynamics : public QObject
@@ -19,6 +20,10 @@ private slots:
     void wavelengthChangeTakesTimeAndReportsCompletion();
     void setCommandsAreRemembered();
     void runTimesGrowOnlyWhileTheLaserRuns();
+    void churnChangesWhatTheProgramWatches_data();
+    void churnChangesWhatTheProgramWatches();
+    void churnIsDeterminedByTheSeed();
+    void churnRunsOnItsOwn();
 };
 
 namespace {
@@ -264,9 +269,12 @@ void TestSimDynamics::wavelengthChangeTakesTimeAndReportsCompletion()
     QVERIFY2(green > 400.0 && green < 600.0, power.constData());
     QVERIFY(power.contains("ZEL THG\tOutput power=0.0 mW\n"));
 
-    // The laser's own wavelength register moves the module as well.
+    // The laser's own wavelength register moves the optics too, so it is not taken while
+    // the laser is on; the module's selector is, and moves on to UV.
+    QCOMPARE(client.exchange("ly_vtx_wvl 2\n", 20),
+             QByteArray("ly_vtx_wvl 2\nCommand refused: only in listen or standby.\n"));
     client.clear();
-    client.send("ly_vtx_wvl 2\n");
+    client.send("ls_wavelength=2\n");
     QVERIFY(client.waitForText("ZEL HG\tChanging wavelength complete.\n", 5000));
     QVERIFY(client.received().contains("ZEL SHG\tMoved piezo stage to UV\n"));
     const QByteArray uvPower = client.exchange("ls_output_power?\n", 20);
@@ -275,6 +283,16 @@ void TestSimDynamics::wavelengthChangeTakesTimeAndReportsCompletion()
     QVERIFY(uvPower.contains("ZEL SHG\tOutput power=0.0 mW\n"));
     QCOMPARE(client.exchange("ls_wavelength?\n", 20),
              QByteArray("ls_wavelength?\nZEL THG\tCurrent position=UV\n"));
+
+    // In standby the laser's register drives the module's selector.
+    auto standby = startSimulator(QStringLiteral("0x93"), 20.0, VelutraSimLaser::State::Standby);
+    QVERIFY(standby);
+    SimTestClient other;
+    QVERIFY(other.open(standby->portName()));
+    other.clear();
+    other.send("ly_vtx_wvl 1\n");
+    QVERIFY(other.waitForText("ZEL HG\tChanging wavelength complete.\n", 5000));
+    QVERIFY(other.received().contains("ZEL SHG\tMoved piezo stage to GREEN\n"));
 }
 
 void TestSimDynamics::setCommandsAreRemembered()
@@ -361,6 +379,154 @@ void TestSimDynamics::runTimesGrowOnlyWhileTheLaserRuns()
     const QList<QByteArray> all = fields(
             client.exchange("ls_crystal_allRuntimes?\n", 20).replace('=', ' '), "ZEL THG\tAll");
     QVERIFY(all.size() > 5);
+}
+
+namespace {
+
+// What the program would see of the device now, by its own queries.
+struct Watched
+{
+    QByteArray statusWord;
+    QByteArray errorcode;
+    QByteArray flags;
+    bool shutter = false;
+    QByteArray temperature; // s9 channel 1 actual
+    QByteArray energy;
+    QByteArray humidity;
+};
+
+Watched watch(SimTestClient &client, bool module)
+{
+    Watched seen;
+    seen.statusWord = fields(client.exchange("s7\n", 20), "s7").value(16);
+    seen.temperature = fields(client.exchange("s9\n", 20), "s9").value(2);
+    seen.energy = SimTestClient::lines(client.exchange("ly_vtx2_power?\n", 20)).value(1);
+    if (module) {
+        seen.errorcode = SimTestClient::lines(client.exchange("ls_errorcode?\n", 20)).value(1);
+        const QList<QByteArray> status = SimTestClient::lines(client.exchange("ls_status?\n", 20));
+        seen.flags = status.value(1);
+        seen.shutter = status.contains("ZEL HG\tShutter in wrong position.");
+        seen.humidity = SimTestClient::lines(client.exchange("ls_humidity?\n", 20)).value(1);
+    }
+    return seen;
+}
+
+} // namespace
+
+void TestSimDynamics::churnChangesWhatTheProgramWatches_data()
+{
+    QTest::addColumn<QString>("module");
+    QTest::addColumn<QStringList>("kinds"); // one step each, in this order, then again
+    const QStringList all = {"state", "hg-error", "hg-flags", "shutter", "temperature", "power"};
+    QTest::newRow("0x93") << "0x93" << all;
+    QTest::newRow("0x86") << "0x86" << all;
+    QTest::newRow("none") << "none" << QStringList{"state", "temperature", "power"};
+}
+
+void TestSimDynamics::churnChangesWhatTheProgramWatches()
+{
+    QFETCH(QString, module);
+    QFETCH(QStringList, kinds);
+    const bool hasModule = module != QLatin1String("none");
+    // Speed 100 lets state changes settle between steps.
+    auto simulator = startSimulator(module, 100.0);
+    QVERIFY(simulator);
+    SimTestClient client;
+    QVERIFY(client.open(simulator->portName()));
+
+    QList<QByteArray> errorcodes;
+    for (int step = 0; step < 2 * kinds.size(); ++step) {
+        const Watched before = watch(client, hasModule);
+        client.clear();
+        const QString answer = simulator->executeControl(QStringLiteral("churn step"));
+        const QString kind = kinds.at(step % kinds.size());
+        QVERIFY2(answer.startsWith(QStringLiteral("ok churn %1: %2 ").arg(step + 1).arg(kind)),
+                 qPrintable(answer));
+        client.pump(100); // unprompted lines, state changes settling (at least 3 s of model time)
+        const QByteArray unprompted = client.received();
+        const Watched after = watch(client, hasModule);
+
+        if (kind == QLatin1String("state")) {
+            QVERIFY2(unprompted.contains("->") || unprompted.contains("Laser output"),
+                     unprompted.constData());
+            QVERIFY2(after.statusWord != before.statusWord, qPrintable(answer));
+        } else if (kind == QLatin1String("hg-error")) {
+            QVERIFY(after.errorcode != before.errorcode);
+            errorcodes << after.errorcode;
+            // The status word's error bit follows the module's code.
+            QCOMPARE((after.statusWord.toInt() & 0x02) != 0,
+                     after.errorcode != "ZEL HG\tErrorcode=0");
+        } else if (kind == QLatin1String("hg-flags")) {
+            QVERIFY(after.flags != before.flags);
+        } else if (kind == QLatin1String("shutter")) {
+            QCOMPARE(after.shutter, !before.shutter);
+            QCOMPARE((after.statusWord.toInt() & 0x04) != 0, after.shutter);
+            if (after.shutter) {
+                QVERIFY(unprompted.contains("ZEL HG\tShutter in wrong position.\n"));
+            }
+        } else if (kind == QLatin1String("temperature")) {
+            QVERIFY(after.temperature != before.temperature || after.humidity != before.humidity);
+        } else {
+            QVERIFY2(after.energy != before.energy, after.energy.constData());
+        }
+    }
+    if (hasModule) {
+        // The error code came and went.
+        QCOMPARE(errorcodes.size(), 2);
+        QVERIFY(errorcodes.at(0) != "ZEL HG\tErrorcode=0");
+        QCOMPARE(errorcodes.at(1), QByteArray("ZEL HG\tErrorcode=0"));
+    }
+    QVERIFY(simulator->executeControl(QStringLiteral("status"))
+                    .contains(QStringLiteral("churn-steps=%1").arg(2 * kinds.size())));
+}
+
+void TestSimDynamics::churnIsDeterminedByTheSeed()
+{
+    const auto story = [](quint32 seed) {
+        VelutraSimOptions options;
+        options.pacing = false;
+        options.laser.speed = 1000.0;
+        options.laser.seed = seed;
+        VelutraSimulator simulator(options);
+        QStringList steps;
+        for (int i = 0; i < 24; ++i) {
+            steps << simulator.executeControl(QStringLiteral("churn step"));
+            QTest::qWait(10); // state changes settle: 10 ms are 10 s of model time
+        }
+        return steps;
+    };
+    const QStringList first = story(7);
+    QCOMPARE(first.size(), 24);
+    QCOMPARE(story(7), first);
+    QVERIFY(story(8) != first);
+}
+
+void TestSimDynamics::churnRunsOnItsOwn()
+{
+    // One step per model second; at speed 20 that is every 50 ms. The program only asks.
+    VelutraSimOptions options;
+    options.pacing = false;
+    options.laser.speed = 20.0;
+    options.laser.churnSeconds = 1.0;
+    auto simulator = startSimulator(options);
+    QVERIFY(simulator);
+    SimTestClient client;
+    QVERIFY(client.open(simulator->portName()));
+
+    QSet<QByteArray> errorcodes;
+    QSet<QByteArray> words;
+    QVERIFY(client.waitFor(
+            [&]() {
+                const Watched seen = watch(client, true);
+                errorcodes << seen.errorcode;
+                words << seen.statusWord;
+                return errorcodes.contains("ZEL HG\tErrorcode=0") && errorcodes.size() >= 3
+                       && words.size() >= 3;
+            },
+            20000));
+    QVERIFY(simulator->executeControl(QStringLiteral("churn off")) == QStringLiteral("ok"));
+    const QString status = simulator->executeControl(QStringLiteral("status"));
+    QVERIFY2(status.contains(QStringLiteral(" churn=off ")), qPrintable(status));
 }
 
 QTEST_GUILESS_MAIN(TestSimDynamics)

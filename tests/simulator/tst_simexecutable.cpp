@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QSet>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -35,6 +36,7 @@ private slots:
     void startOptions();
     void startFaultsThatCorruptTheLine();
     void linkRefusesToReplaceAFile();
+    void churnFromTheCommandLine();
 };
 
 namespace {
@@ -128,9 +130,11 @@ void TestSimExecutable::helpAndBadOptions()
     QCOMPARE(help.exitCode(), 0);
     const QByteArray text = help.readAllStandardOutput();
     for (const char *option :
-         {"--model", "--application", "--module", "--link", "--no-pacing", "--trace", "--speed",
-          "--silent", "--no-echo", "--crlf", "--fragment", "--garbage", "--unknown-lines",
-          "--flood", "--hg-error", "--hg-flags", "--shutter-warning"}) {
+         {"--model",    "--application",     "--module",        "--link",    "--no-pacing",
+          "--trace",    "--speed",           "--silent",        "--no-echo", "--crlf",
+          "--fragment", "--garbage",         "--unknown-lines", "--flood",   "--hg-error",
+          "--hg-flags", "--shutter-warning", "--aom-mode",      "--churn",   "--seed",
+          "--refuse",   "--debug-output",    "--state"}) {
         QVERIFY2(text.contains(option), option);
     }
 
@@ -138,6 +142,11 @@ void TestSimExecutable::helpAndBadOptions()
                                     {QStringLiteral("--model"), QStringLiteral("Velutra-7")},
                                     {QStringLiteral("--speed"), QStringLiteral("0")},
                                     {QStringLiteral("--fragment"), QStringLiteral("5")},
+                                    {QStringLiteral("--aom-mode"), QStringLiteral("5")},
+                                    {QStringLiteral("--churn"), QStringLiteral("0")},
+                                    {QStringLiteral("--churn"), QStringLiteral("often")},
+                                    {QStringLiteral("--seed"), QStringLiteral("-1")},
+                                    {QStringLiteral("--refuse"), QStringLiteral("e_freq?")},
                                     {QStringLiteral("--no-such-option")},
                                     {QStringLiteral("surplus")}};
     for (const QStringList &arguments : bad) {
@@ -302,6 +311,13 @@ void TestSimExecutable::traceRecordsEveryByte()
                  QByteArray("e_freq?\nFrequency index parameter: 4\n"));
         client.send(QByteArray("\x01\xff", 2) + "\n");
         client.pump(200);
+        // Two commands in one write, one command in two writes, a line feed alone.
+        client.send("e_div?\ns6\n");
+        client.pump(100);
+        client.send("ly_vtx2_po");
+        client.pump(100);
+        client.send("wer?\n\na\"b\n");
+        client.pump(200);
     }
     process.terminate();
     QVERIFY(process.waitForFinished(10000));
@@ -319,6 +335,16 @@ void TestSimExecutable::traceRecordsEveryByte()
     QVERIFY2(out.match(QString::fromLatin1(text)).hasMatch(), text.constData());
     QVERIFY2(text.contains("IN  \"\\x01\\xff\\n\""), text.constData());
     QVERIFY(text.contains("plugged in as /dev/pts/"));
+
+    // One CMD record per line the program ended with a line feed, however it was read.
+    const QRegularExpression command(QStringLiteral("^ *\\d+\\.\\d{6} CMD \"(.*)\"$"),
+                                     QRegularExpression::MultilineOption);
+    QStringList commands;
+    for (auto it = command.globalMatch(QString::fromLatin1(text)); it.hasNext();) {
+        commands << it.next().captured(1);
+    }
+    QCOMPARE(commands, QStringList({"e_freq?", "\\x01\\xff", "e_div?", "s6", "ly_vtx2_power?", "",
+                                    "a\\x22b"}));
 }
 
 void TestSimExecutable::pacedByDefault()
@@ -380,6 +406,13 @@ void TestSimExecutable::startOptions_data()
         "ls?\nNo harmonic generation module connected.\n");
     row("module 0x90", {"--module", "0x90"}, "ls_output_config?\n",
         "ls_output_config?\nZEL HG WL output config: 0x03\n");
+    row("debug output switched off", {"--debug-output"}, "d2=0\n",
+        "d2=0\nOk write debug Communication value to eeprom\n"
+        "Debugging on communication channel 2 disabled\n");
+    row("aom mode 3", {"--aom-mode", "3"}, "e_mode?\n", "e_mode?\ne_mode of AOM: 3\n");
+    row("aom mode 8", {"--aom-mode", "8"}, "e_mode?\n", "e_mode?\ne_mode of AOM: 8\n");
+    row("refuse", {"--refuse", "ly_vtx2_power", "--refuse", "e_div"}, "e_div 4\n",
+        "e_div 4\nCommand refused: e_div.\n");
 }
 
 void TestSimExecutable::startOptions()
@@ -503,6 +536,50 @@ void TestSimExecutable::linkRefusesToReplaceAFile()
             second, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
     QCOMPARE(port, link);
     QVERIFY(QFileInfo(link).symLinkTarget().startsWith(QLatin1String("/dev/pts/")));
+}
+
+void TestSimExecutable::churnFromTheCommandLine()
+{
+    // A churn step every model second, at speed 20 every 50 ms; the trace shows each step
+    // and exactly the commands the program wrote, which here are queries only.
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    const QString trace = folder.filePath(QStringLiteral("trace.txt"));
+    QProcess process;
+    ProcessGuard guard{process};
+    QString port;
+    QVERIFY(startSimulatorProcess(process,
+                                  {QStringLiteral("--no-pacing"), QStringLiteral("--churn"),
+                                   QStringLiteral("1"), QStringLiteral("--speed"),
+                                   QStringLiteral("20"), QStringLiteral("--seed"),
+                                   QStringLiteral("3"), QStringLiteral("--trace"), trace},
+                                  &port));
+    int sent = 0;
+    {
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        QSet<QByteArray> codes;
+        QVERIFY(client.waitFor(
+                [&]() {
+                    ++sent;
+                    codes << SimTestClient::lines(client.exchange("ls_errorcode?\n", 20)).value(1);
+                    return codes.size() >= 2 && codes.contains("ZEL HG\tErrorcode=0");
+                },
+                20000));
+        const QByteArray status = control(socketFor(process.processId()), "status");
+        QVERIFY2(status.contains(" churn=1 "), status.constData());
+        QCOMPARE(control(socketFor(process.processId()), "churn off"), QByteArray("ok"));
+    }
+    process.terminate();
+    QVERIFY(process.waitForFinished(10000));
+
+    QFile file(trace);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    QVERIFY2(text.contains("--- \"churn 1: state to "), text.constData());
+    QVERIFY2(text.contains("--- \"churn 2: hg-error "), text.constData());
+    QCOMPARE(int(text.count(" CMD \"ls_errorcode?\"\n")), sent);
+    QCOMPARE(int(text.count(" CMD \"")), sent);
 }
 
 QTEST_GUILESS_MAIN(TestSimExecutable)

@@ -27,6 +27,9 @@ private slots:
     void pacingHoldsTheByteRate();
     void hostileInputFromTheProgram();
     void controlCommandErrors();
+    void refuseChosenSetCommands_data();
+    void refuseChosenSetCommands();
+    void refusalsAreListedAndTakenBack();
 };
 
 namespace {
@@ -353,10 +356,108 @@ void TestSimFaults::controlCommandErrors()
                     .startsWith(QLatin1String("error:")));
     QVERIFY(simulator->executeControl(QStringLiteral("flood -3"))
                     .startsWith(QLatin1String("error:")));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse ly_vtx2_power?")),
+             QStringLiteral("error: ly_vtx2_power? is not a set command"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse s7")),
+             QStringLiteral("error: s7 is not a set command"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse ly_system_info")),
+             QStringLiteral("error: ly_system_info is not a set command"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse no_such_thing")),
+             QStringLiteral("error: no_such_thing is not a set command"));
+    QVERIFY(simulator->executeControl(QStringLiteral("accept"))
+                    .startsWith(QLatin1String("error:")));
+    QVERIFY(simulator->executeControl(QStringLiteral("churn 0"))
+                    .startsWith(QLatin1String("error:")));
+    QVERIFY(simulator->executeControl(QStringLiteral("churn sometimes"))
+                    .startsWith(QLatin1String("error:")));
     QCOMPARE(simulator->executeControl(QString()), QString());
     const QString status = simulator->executeControl(QStringLiteral("status"));
     QVERIFY2(status.startsWith(QLatin1String("state=listen status=9 module=0x93 plugged=yes")),
              qPrintable(status));
+}
+
+void TestSimFaults::refuseChosenSetCommands_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("query");
+    QTest::addColumn<QByteArray>("before"); // reported by the query, refused or not
+    QTest::addColumn<QByteArray>("after"); // reported once the command is taken again
+
+    const auto row = [](const char *name, const char *command, const char *query,
+                        const char *before, const char *after) {
+        QTest::newRow(command) << QString::fromLatin1(name) << QByteArray(command)
+                               << QByteArray(query) << QByteArray(before) << QByteArray(after);
+    };
+    row("ly_vtx2_power", "ly_vtx2_power=800", "ly_vtx2_power?", "Setted laser power: 5000 nJ\n",
+        "Setted laser power: 800 nJ\n");
+    row("e_power", "e_power=2000", "e_power?", "relative unit: 10.00\n", "relative unit: 50.00\n");
+    row("e_freq", "e_freq 2", "e_freq?", "parameter: 4\n", "parameter: 2\n");
+    row("e_div", "e_div 3", "e_div?", "PCAOM is 1\n", "PCAOM is 3\n");
+    row("e_mode", "e_mode 3", "e_mode?", "AOM: 2\n", "AOM: 3\n");
+    row("ls_temp_setpoint_THG", "ls_temp_setpoint_THG=70", "ls_temp_setpoint?",
+        "THG Oven Setpoint=60.0 C", "THG Oven Setpoint=70.0 C");
+    row("ls_enable", "ls_enable=2", "ls_enable?", "FSM state=3\n", "FSM state=2\n");
+    row("ls_dwls_enable", "ls_dwls_enable=1", "ls_dwls_enable?", "switching disabled\n",
+        "switching enabled\n");
+    row("ly_vtx2_digiop", "ly_vtx2_digiop=1", "ly_vtx2_digiop?", "AOM OPEN\n", "AOM CLOSED\n");
+    row("d2", "d2=1", "d2?", "channel 2 disabled\n", "channel 2 enabled\n");
+    row("ly_vtx2_standby", "ly_vtx2_standby", "ly_vtx2_dev_status?", "ly_vtx2_dev_status 9\n",
+        "ly_vtx2_dev_status 9\n"); // the change has begun; listen stays set meanwhile
+}
+
+void TestSimFaults::refuseChosenSetCommands()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, query);
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    auto simulator = startSimulator(QStringLiteral("0x93"));
+    QVERIFY(simulator);
+    SimTestClient client;
+    QVERIFY(client.open(simulator->portName()));
+
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse ") + name), QStringLiteral("ok"));
+    QCOMPARE(client.exchange(command + '\n', 30),
+             command + "\nCommand refused: " + name.toLatin1() + ".\n");
+    // Queries are answered as ever, and report the value the device kept.
+    QByteArray reply = client.exchange(query + '\n', 30);
+    QVERIFY2(reply.contains(before), reply.constData());
+
+    QCOMPARE(simulator->executeControl(QStringLiteral("accept ") + name), QStringLiteral("ok"));
+    reply = client.exchange(command + '\n', 30);
+    QVERIFY2(!reply.contains("refused"), reply.constData());
+    reply = client.exchange(query + '\n', 30);
+    QVERIFY2(reply.contains(after), reply.constData());
+}
+
+void TestSimFaults::refusalsAreListedAndTakenBack()
+{
+    VelutraSimOptions options;
+    options.pacing = false;
+    options.laser.refused = QStringList{QStringLiteral("e_freq")};
+    auto simulator = startSimulator(options);
+    QVERIFY(simulator);
+    SimTestClient client;
+    QVERIFY(client.open(simulator->portName()));
+
+    QCOMPARE(client.exchange("e_freq 1\n"), QByteArray("e_freq 1\nCommand refused: e_freq.\n"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse ly_vtx2_power")),
+             QStringLiteral("ok"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse ly_vtx2_power")),
+             QStringLiteral("ok")); // twice is once
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse")),
+             QStringLiteral("ok e_freq ly_vtx2_power"));
+    QVERIFY(simulator->executeControl(QStringLiteral("status"))
+                    .endsWith(QLatin1String(" refused=e_freq,ly_vtx2_power")));
+    QCOMPARE(client.exchange("ly_vtx2_power?\n").count('\n'), 19); // queries are never refused
+
+    QCOMPARE(simulator->executeControl(QStringLiteral("accept all")), QStringLiteral("ok"));
+    QCOMPARE(simulator->executeControl(QStringLiteral("refuse")), QStringLiteral("ok"));
+    QVERIFY(simulator->executeControl(QStringLiteral("status"))
+                    .endsWith(QLatin1String(" refused=-")));
+    QCOMPARE(client.exchange("e_freq 1\n"), QByteArray("e_freq 1\nFrequency index parameter: 1\n"));
 }
 
 QTEST_GUILESS_MAIN(TestSimFaults)

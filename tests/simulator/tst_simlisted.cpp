@@ -27,7 +27,6 @@ private slots:
 
 namespace {
 
-
 struct ProcessGuard
 {
     QProcess &process;
