@@ -228,6 +228,7 @@ private slots:
     void shutter();
     void statusFlags_data();
     void statusFlags();
+    void statusFlagsEveryWord();
     void errorCodes_data();
     void errorCodes();
     void errorCodesBeyondTheTables();
@@ -413,6 +414,30 @@ void TestControllerStatus::statusFlags()
     c.slotHGStatusFlagsChanged(quint16(flags));
     QCOMPARE(recorder.takeAll(), QStringList({call("setOvenFaultIndicator", ovenFault),
                                               call("setHumidityFaultIndicator", humidityFault)}));
+}
+
+// Every flag word once per generation, for a module whose list has not been installed yet: the
+// lamps depend on their own bits only.
+void TestControllerStatus::statusFlagsEveryWord()
+{
+    for (const ModuleTypeRow &row : s_moduleTypes) {
+        VelutraController c(nullptr, nullptr, nullptr, nullptr);
+        c.slotsHGModuleType(QString::fromLatin1(row.type));
+        SignalRecorder recorder(&c);
+        const bool firstGeneration = row.variant == Variant::FirstGeneration;
+        const int ovenMask = firstGeneration ? 0x80 : 0x08;
+        const int humidityMask = firstGeneration ? 0x200 : 0x100;
+        for (int flags = 0; flags <= 0xFFFF; ++flags) {
+            c.slotHGStatusFlagsChanged(quint16(flags));
+            const QStringList expected{
+                    call("setOvenFaultIndicator", (flags & ovenMask) != 0),
+                    call("setHumidityFaultIndicator", (flags & humidityMask) != 0)};
+            const QStringList recorded = recorder.takeAll();
+            if (recorded != expected) {
+                QCOMPARE(recorded, expected);
+            }
+        }
+    }
 }
 
 void TestControllerStatus::errorCodes_data()
