@@ -463,6 +463,10 @@ private:
     void updateIndicators();
     // Visibility of the per-wavelength rows for an output configuration (bit 0 IR ... bit 3 DUV).
     void publishOutputConfig(quint8 config);
+    // Parts of the indicator update: the remote control's buttons from the status byte, and
+    // their flashing from the system state.
+    void updateRemoteButtons();
+    void updateFlashing();
 };
 
 #endif // VELUTRACONTROLLER_H
