@@ -441,7 +441,7 @@ private:
 
     // ---- Power and repetition rate (velutracontroller_power.cpp) -------------------------------
     void recomputeOutputRate();
-    // Steps 1 to 3 of a frequency index report: rate, divider and output rate.
+    // Shows what a frequency index selects: its rate, its divider and the output rate.
     void applyFrequencyIndex(int index);
     // "e_freq" for a found list index (nothing for -1), then the delayed digital-output query.
     void sendFrequencyIndex(int index);
