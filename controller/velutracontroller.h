@@ -441,6 +441,10 @@ private:
 
     // ---- Power and repetition rate (velutracontroller_power.cpp) -------------------------------
     void recomputeOutputRate();
+    // Shows what a frequency index selects: its rate, its divider and the output rate.
+    void applyFrequencyIndex(int index);
+    // "e_freq" for a found list index (nothing for -1), then the delayed digital-output query.
+    void sendFrequencyIndex(int index);
 
     double m_powerSetting_nJ = 0.0;
     double m_powerSettingPercent = 0.0;
@@ -454,8 +458,15 @@ private:
     int m_frequencyIndex = -1;
     int m_divisionFactor = 1;
     double m_outputFrequency = 0.0;
+    // Last index the device reported, even one the division table does not hold (yet).
+    int m_reportedFrequencyIndex = -1;
+    // Set by the first power range report: the decoder then holds calibration data.
+    bool m_powerCalibrationKnown = false;
 
     // ---- Harmonic module (velutracontroller_module.cpp) -------------------------------------
+    // Energy and percentage of one dynamic-wavelength default (0 IR, 1 green, 2 UV, 3 DUV).
+    void showDynamicWavelengthEnergy(int wavelength, double microjoules);
+
     int m_hgModuleKind = 0;
     QString m_hgModuleType;
 

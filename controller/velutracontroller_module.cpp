@@ -1,35 +1,274 @@
 #include "velutracontroller.h"
 
+#include "velutracommands.h"
 #include "velutraresponsedecoder.h"
 
-void VelutraController::slotiWavelenghtVTXChanged(int) { }
-void VelutraController::slotOvenModeChanged(int) { }
-void VelutraController::slotOven1TempSettingChanged(double) { }
-void VelutraController::slotOven1TempSettingRangeChanged(double, double) { }
-void VelutraController::slotOven1TempActualChanged(double) { }
-void VelutraController::slotOven2TempSettingChanged(double) { }
-void VelutraController::slotOven2TempSettingRangeChanged(double, double) { }
-void VelutraController::slotOven2TempActualChanged(double) { }
-void VelutraController::slotHumidityActualChanged(int) { }
-void VelutraController::slotPiezoPositionChanged(int) { }
-void VelutraController::slotDigitalGateChanged(int) { }
-void VelutraController::slotDynamicWavelengthFeatureChanged(int) { }
-void VelutraController::slotDynamicWLS_IRChanged(double) { }
-void VelutraController::slotDynamicWLS_GreenChanged(double) { }
-void VelutraController::slotDynamicWLS_UVChanged(double) { }
-void VelutraController::slotDynamicWLS_DUVChanged(double) { }
-void VelutraController::slotSHGOutputPowerChanged(double) { }
-void VelutraController::slotTHGOutputPowerChanged(double) { }
-void VelutraController::slotHGCrystalCurSpotChanged(int) { }
-void VelutraController::slotHGCrystalCurRuntimeChanged(quint64) { }
-void VelutraController::slotHGCrystalMaxRuntimeChanged(quint64) { }
-void VelutraController::slotHGCrystalAllRuntimesChanged(const QMap<int, quint64> &) { }
-void VelutraController::wavelengthSelectorComboChanged(int) { }
-void VelutraController::wavelengthChanged(int) { }
-void VelutraController::ovenModeComboChanged(int) { }
-void VelutraController::oven1SetpointChanged(double) { }
-void VelutraController::oven2SetpointChanged(double) { }
-void VelutraController::crystalSpotSliderChanged(double) { }
-void VelutraController::digitalGateModeChanged(int) { }
-void VelutraController::dynamicWavelengthFeatureChanged(int) { }
-void VelutraController::dynamicWLS_SaveSetpoint(int, double) { }
+#include <QDebug>
+
+#include <cmath>
+
+namespace {
+
+// Model "Velutra-2" has its own wavelength command.
+constexpr int s_systemTypeVelutra2 = 3;
+// The laser's wavelength register knows entries 0, 1 and 2 (see enableWavelengths).
+constexpr int s_laserWavelengthCount = 3;
+constexpr double s_nanojoulesPerMicrojoule = 1000.0;
+constexpr double s_milliwattsPerWatt = 1000.0;
+
+// Dynamic wavelength switching, one row per wavelength index of the module (the index of
+// "ls_dwls_default=%1,%2" and of the device's "Wavelength Index:" lines).
+struct DynamicWavelengthRow
+{
+    // The decoder group whose published copy the reply to "ls_dwls_default?" feeds.
+    const char *staleGroup;
+    void (VelutraController::*energy)(double);
+    void (VelutraController::*percent)(double);
+};
+
+constexpr DynamicWavelengthRow s_dynamicWavelengths[] = {
+        {"DynamicWLS_IR", &VelutraController::setDynamicWLS_IR_uJ,
+         &VelutraController::setDynamicWLS_IR_Percent},
+        {"DynamicWLS_Green", &VelutraController::setDynamicWLS_Green_uJ,
+         &VelutraController::setDynamicWLS_Green_Percent},
+        {"DynamicWLS_UV", &VelutraController::setDynamicWLS_UV_uJ,
+         &VelutraController::setDynamicWLS_UV_Percent},
+        {"DynamicWLS_DUV", &VelutraController::setDynamicWLS_DUV_uJ,
+         &VelutraController::setDynamicWLS_DUV_Percent},
+};
+constexpr int s_dynamicWavelengthCount = 4;
+static_assert(sizeof(s_dynamicWavelengths) / sizeof(s_dynamicWavelengths[0])
+                      == s_dynamicWavelengthCount,
+              "one row per wavelength index");
+
+} // namespace
+
+// ---- Wavelength ------------------------------------------------------------------------------
+
+void VelutraController::wavelengthSelectorComboChanged(int index)
+{
+    // The module answers with the position of its piezo stage, which is the output selected.
+    sendSetCommand(VelutraCommands::moduleWavelength(index), "PiezoPositionSetting");
+}
+
+void VelutraController::wavelengthChanged(int index)
+{
+    // No reply reports the laser's wavelength register, so there is no published copy to
+    // mark stale.
+    const QString command = m_systemType == s_systemTypeVelutra2
+                                    ? VelutraCommands::laserWavelengthVelutra2(index)
+                                    : VelutraCommands::laserWavelength(index);
+    sendSetCommand(command, nullptr);
+}
+
+void VelutraController::slotiWavelenghtVTXChanged(int value)
+{
+    // An entry the program does not know is still shown: the device is right about itself,
+    // and the trace tells a developer that the selector needs another entry.
+    if (value < 0 || value >= s_laserWavelengthCount) {
+        qDebug() << "VelutraController::slotiWavelenghtVTXChanged"
+                 << "Wavelength unknown:" << value;
+    }
+    emit setWavelengthSelector(value);
+}
+
+void VelutraController::slotPiezoPositionChanged(int value)
+{
+    emit setWavelengthSelectorCombo(value);
+}
+
+// ---- Ovens -----------------------------------------------------------------------------------
+
+void VelutraController::slotOvenModeChanged(int value)
+{
+    // Device modes 3 and 4 are the ovens heating or at temperature: combo item 1 ("on").
+    // Everything else, mode 2 (off) included, shows item 0.
+    emit setOvenMode(value == 3 || value == 4 ? 1 : 0);
+}
+
+void VelutraController::ovenModeComboChanged(int index)
+{
+    sendSetCommand(VelutraCommands::ovenMode(index), "OvenMode");
+}
+
+// A set-point that is not a number is never sent: "ls_temp_setpoint=nan" means nothing to
+// the module, and an oven is not a control to probe with garbage.
+void VelutraController::oven1SetpointChanged(double celsius)
+{
+    if (!std::isfinite(celsius)) {
+        return;
+    }
+    sendSetCommand(VelutraCommands::oven1Setpoint(celsius, m_hgModuleType),
+                   "Oven1TemperatureSetpoint");
+}
+
+void VelutraController::oven2SetpointChanged(double celsius)
+{
+    if (!std::isfinite(celsius)) {
+        return;
+    }
+    sendSetCommand(VelutraCommands::oven2Setpoint(celsius), "Oven2TemperatureSetpoint");
+}
+
+void VelutraController::slotOven1TempSettingChanged(double value)
+{
+    emit setOven1TempSetpoint(value);
+}
+
+void VelutraController::slotOven1TempSettingRangeChanged(double first, double second)
+{
+    emit setOven1TempSetpointRange(first, second);
+}
+
+void VelutraController::slotOven1TempActualChanged(double value)
+{
+    emit setOven1TempActual(value);
+}
+
+void VelutraController::slotOven2TempSettingChanged(double value)
+{
+    emit setOven2TempSetpoint(value);
+}
+
+void VelutraController::slotOven2TempSettingRangeChanged(double first, double second)
+{
+    emit setOven2TempSetpointRange(first, second);
+}
+
+void VelutraController::slotOven2TempActualChanged(double value)
+{
+    emit setOven2TempActual(value);
+}
+
+// ---- Crystal -------------------------------------------------------------------------------
+
+void VelutraController::crystalSpotSliderChanged(double spot)
+{
+    // Truncating NaN would move the crystal to spot 0, which nobody asked for.
+    if (!std::isfinite(spot)) {
+        return;
+    }
+    sendSetCommand(VelutraCommands::setCrystalSpot(spot), "HGCrystalCurSpot");
+}
+
+void VelutraController::slotHGCrystalCurSpotChanged(int value)
+{
+    emit setCrystalPosition(value);
+}
+
+void VelutraController::slotHGCrystalCurRuntimeChanged(quint64 seconds)
+{
+    emit setCrystalCurRuntime(seconds);
+}
+
+void VelutraController::slotHGCrystalMaxRuntimeChanged(quint64 seconds)
+{
+    emit setCrystalMaxRuntime(seconds);
+}
+
+void VelutraController::slotHGCrystalAllRuntimesChanged(const QMap<int, quint64> &runtimes)
+{
+    // The slider spans exactly the spots the module reports, so it is set before the
+    // runtimes it labels. An empty map has no spots to span: the slider keeps its range.
+    if (!runtimes.isEmpty()) {
+        emit setCrystalPositionRange(runtimes.firstKey(), runtimes.lastKey());
+    }
+    emit setCrystalAllRuntimes(runtimes);
+}
+
+// ---- Humidity and digital gate ---------------------------------------------------------------
+
+void VelutraController::slotHumidityActualChanged(int value)
+{
+    emit setHumidityMonitor(value);
+}
+
+void VelutraController::slotDigitalGateChanged(int value)
+{
+    emit setDigitalGate(value);
+}
+
+void VelutraController::digitalGateModeChanged(int mode)
+{
+    // The gate answers at once; unlike a rate change there is nothing to wait for.
+    sendSetCommand(VelutraCommands::setDigitalGate(mode), "DigitalGateSetting");
+    queueSettings(VelutraCommands::digitalGateQuery());
+}
+
+// ---- Dynamic wavelength switching ----------------------------------------------------------
+
+void VelutraController::slotDynamicWavelengthFeatureChanged(int value)
+{
+    emit setDynamicWavelengthFeature(value);
+}
+
+void VelutraController::dynamicWavelengthFeatureChanged(int enabled)
+{
+    sendSetCommand(VelutraCommands::setDynamicWavelengthEnabled(enabled),
+                   "DynamicWavelengthEnabled");
+}
+
+void VelutraController::slotDynamicWLS_IRChanged(double value)
+{
+    showDynamicWavelengthEnergy(0, value);
+}
+
+void VelutraController::slotDynamicWLS_GreenChanged(double value)
+{
+    showDynamicWavelengthEnergy(1, value);
+}
+
+void VelutraController::slotDynamicWLS_UVChanged(double value)
+{
+    showDynamicWavelengthEnergy(2, value);
+}
+
+void VelutraController::slotDynamicWLS_DUVChanged(double value)
+{
+    showDynamicWavelengthEnergy(3, value);
+}
+
+void VelutraController::dynamicWLS_SaveSetpoint(int wavelength, double microjoules)
+{
+    if (!std::isfinite(microjoules)) {
+        return;
+    }
+    // A wavelength index the program has no row for still goes out (the module decides), but
+    // no published copy belongs to it.
+    const char *staleGroup = wavelength >= 0 && wavelength < s_dynamicWavelengthCount
+                                     ? s_dynamicWavelengths[wavelength].staleGroup
+                                     : nullptr;
+    sendSetCommand(VelutraCommands::setDynamicWavelengthDefault(wavelength, microjoules),
+                   staleGroup);
+    queueSettings(VelutraCommands::dynamicWavelengthDefaultQuery());
+}
+
+void VelutraController::showDynamicWavelengthEnergy(int wavelength, double microjoules)
+{
+    const DynamicWavelengthRow &row = s_dynamicWavelengths[wavelength];
+    emit(this->*row.energy)(microjoules);
+    // Relative to the upper end of the power range in µJ. Before any range report that end
+    // is 0 and the percentage infinite (NaN for an energy of 0): it is passed on as it is,
+    // and the next value after a range report is right.
+    emit(this->*row.percent)(100.0 * microjoules
+                             / (m_powerRangeSecond_nJ / s_nanojoulesPerMicrojoule));
+}
+
+// ---- Measured harmonic power -----------------------------------------------------------------
+// The module reports mW; mW over the rate in kHz is the pulse energy in µJ. Zero, negative and
+// NaN read as nothing measured. With an output rate of 0 the energy is infinite and shown as
+// such. The deep-UV power has no reply that feeds it: its rows stay empty.
+
+void VelutraController::slotSHGOutputPowerChanged(double value)
+{
+    const bool measured = value > 0.0;
+    emit setPowerMeasuredGreen_uJ(measured ? value / m_outputFrequency : 0.0);
+    emit setOutputPowerGreenMeasuredW(measured ? value / s_milliwattsPerWatt : 0.0);
+}
+
+void VelutraController::slotTHGOutputPowerChanged(double value)
+{
+    const bool measured = value > 0.0;
+    emit setPowerMeasuredUV_uJ(measured ? value / m_outputFrequency : 0.0);
+    emit setOutputPowerUVMeasuredW(measured ? value / s_milliwattsPerWatt : 0.0);
+}

@@ -304,9 +304,15 @@ QString setDynamicWavelengthEnabled(int enabled)
 QString setDynamicWavelengthDefault(int wavelengthIndex, double microjoules)
 {
     static constexpr double s_nanojoulesPerMicrojoule = 1000.0;
-    return QStringLiteral("ls_dwls_default=%1,%2\n")
-            .arg(formatInt(wavelengthIndex),
-                 formatGeneral(microjoules * s_nanojoulesPerMicrojoule));
+    const double nanojoules = microjoules * s_nanojoulesPerMicrojoule;
+    // The laser reads the energy as a plain decimal number and cannot parse "6e+07". General
+    // notation keeps the short form of ordinary values ("2500", "1234.57"); where it would
+    // switch to an exponent, whole nanojoules are exact enough.
+    QString energy = formatGeneral(nanojoules);
+    if (energy.contains(QLatin1Char('e'))) {
+        energy = formatFixed(nanojoules, 0);
+    }
+    return QStringLiteral("ls_dwls_default=%1,%2\n").arg(formatInt(wavelengthIndex), energy);
 }
 
 QString setDigitalGate(int mode)

@@ -22,6 +22,7 @@ private slots:
     void ovenSetpointFollowsModuleType();
     void dynamicWavelengthDefaultInGeneralFormat_data();
     void dynamicWavelengthDefaultInGeneralFormat();
+    void dynamicWavelengthDefaultNeverInExponentNotation();
     void operatingModes();
     void ovenModes();
     void integerArguments();
@@ -172,7 +173,19 @@ void TestCommands::dynamicWavelengthDefaultInGeneralFormat_data()
     QTest::newRow("2.5 uJ") << 1 << 2.5 << "ls_dwls_default=1,2500\n";
     QTest::newRow("six digits") << 0 << 1.2345678 << "ls_dwls_default=0,1234.57\n";
     QTest::newRow("trailing zeros dropped") << 2 << 0.0015 << "ls_dwls_default=2,1.5\n";
-    QTest::newRow("large goes exponential") << 3 << 1234.5678 << "ls_dwls_default=3,1.23457e+06\n";
+    // Where general notation would need an exponent, whole nanojoules go out instead.
+    QTest::newRow("rounds up to a million") << 0 << 999.9999 << "ls_dwls_default=0,1000000\n";
+    QTest::newRow("60000 uJ") << 1 << 60000.0 << "ls_dwls_default=1,60000000\n";
+    QTest::newRow("seven digits") << 3 << 1234.5678 << "ls_dwls_default=3,1234568\n";
+    QTest::newRow("six digits stay general") << 2 << 999.9994 << "ls_dwls_default=2,999999\n";
+    QTest::newRow("tiny rounds to zero") << 0 << 1e-8 << "ls_dwls_default=0,0\n";
+    QTest::newRow("negative") << 0 << -2.5 << "ls_dwls_default=0,-2500\n";
+    QTest::newRow("negative large") << 0 << -60000.0 << "ls_dwls_default=0,-60000000\n";
+    QTest::newRow("zero") << 2 << 0.0 << "ls_dwls_default=2,0\n";
+    QTest::newRow("negative index") << -1 << 1.0 << "ls_dwls_default=-1,1000\n";
+    // Not a number stays what it is; the controller never sends one.
+    QTest::newRow("infinite") << 0 << qInf() << "ls_dwls_default=0,inf\n";
+    QTest::newRow("not a number") << 0 << qQNaN() << "ls_dwls_default=0,nan\n";
 }
 
 void TestCommands::dynamicWavelengthDefaultInGeneralFormat()
@@ -181,6 +194,17 @@ void TestCommands::dynamicWavelengthDefaultInGeneralFormat()
     QFETCH(double, microjoules);
     QFETCH(QString, expected);
     QCOMPARE(setDynamicWavelengthDefault(index, microjoules), expected);
+}
+
+void TestCommands::dynamicWavelengthDefaultNeverInExponentNotation()
+{
+    for (double microjoules : {1e7, 1e12, 1e100, 1e300, -1e300}) {
+        const QString command = setDynamicWavelengthDefault(0, microjoules);
+        QVERIFY2(command.startsWith(QLatin1String("ls_dwls_default=0,")), qPrintable(command));
+        const QString energy = command.section(QLatin1Char(','), 1);
+        QVERIFY2(!energy.contains(QLatin1Char('e')), qPrintable(command));
+        QVERIFY2(energy.endsWith(QLatin1Char('\n')), qPrintable(command));
+    }
 }
 
 void TestCommands::operatingModes()
