@@ -2,7 +2,6 @@
 
 #include "button.h"
 #include "dialog.h"
-#include "flowlayout.h"
 #include "lineedit.h"
 
 #include <QFontMetrics>
@@ -18,16 +17,17 @@
 namespace {
 
 constexpr int s_temperatureRowCount = 10;
-// Values such as firmware strings can be long: a field grows with its text up to the widest
-// width, and shows the start of anything longer, the whole text in its tool tip.
-constexpr int s_fieldMinimumWidth = 240;
-constexpr int s_fieldMaximumWidth = 520;
+// Values such as firmware strings can be long: a field asks for the width of its text within
+// these bounds and gives way to a narrow window down to its minimum; whatever it cannot show
+// is in its tool tip.
+constexpr int s_fieldMinimumWidth = 160;
+constexpr int s_fieldPreferredMinimumWidth = 240;
+constexpr int s_fieldPreferredMaximumWidth = 560;
 constexpr int s_temperatureFieldWidth = 160;
 // A device that keeps inventing new warnings must not grow the dialog without end.
 constexpr int s_maxDistinctWarnings = 8;
 constexpr int s_warningTextWidth = 420;
 constexpr int s_spotTableMaximumHeight = 420;
-constexpr int s_sectionSpacing = 24;
 
 struct SystemDetailsRow
 {
@@ -80,25 +80,42 @@ QLabel *typedLabel(const QString &text, const char *type, QWidget *parent = null
     return label;
 }
 
-LineEdit *readOnlyField(const QString &text, const char *objectName)
+// A read-only value that asks for as much width as its text needs.
+class DetailField : public LineEdit
 {
-    auto *field = new LineEdit(text);
-    field->setObjectName(QLatin1String(objectName));
-    field->setReadOnly(true);
-    field->setDarkBackground();
-    field->setFocusPolicy(Qt::TabFocus);
-    return field;
-}
+public:
+    explicit DetailField(const QString &text)
+        : LineEdit(text)
+    {
+        setReadOnly(true);
+        setDarkBackground();
+        setFocusPolicy(Qt::TabFocus);
+    }
 
-void showFieldText(LineEdit *field, const QString &text)
+    void showText(const QString &text)
+    {
+        setText(text);
+        // setText leaves the cursor at the end, which would scroll a long value to its tail.
+        setCursorPosition(0);
+        setToolTip(text);
+        updateGeometry();
+    }
+
+    QSize sizeHint() const override
+    {
+        const QFontMetrics metrics(font());
+        const int wanted = metrics.horizontalAdvance(text()) + 3 * metrics.averageCharWidth();
+        return QSize(qBound(s_fieldPreferredMinimumWidth, wanted, s_fieldPreferredMaximumWidth),
+                     LineEdit::sizeHint().height());
+    }
+};
+
+DetailField *readOnlyField(const QString &text, const QString &objectName)
 {
-    field->setText(text);
-    // setText leaves the cursor at the end, which would scroll a long value to its tail.
-    field->setCursorPosition(0);
-    field->setToolTip(text);
-    const QFontMetrics metrics(field->font());
-    const int wanted = metrics.horizontalAdvance(text) + 3 * metrics.averageCharWidth();
-    field->setMinimumWidth(qBound(s_fieldMinimumWidth, wanted, s_fieldMaximumWidth));
+    auto *field = new DetailField(text);
+    field->setObjectName(objectName);
+    field->setMinimumWidth(s_fieldMinimumWidth);
+    return field;
 }
 
 QString hoursAndMinutes(quint64 seconds)
@@ -137,10 +154,9 @@ void VelutraView::createTemperatureDetailsPage()
         const int number = row + 1;
         auto *label = typedLabel(tr("Temp. %1:").arg(number), "label");
         label->setObjectName(QStringLiteral("temperatureLabel%1").arg(number));
-        auto *field = readOnlyField(QString(), "");
-        field->setObjectName(QStringLiteral("temperatureActual%1").arg(number));
+        auto *field = readOnlyField(QString(), QStringLiteral("temperatureActual%1").arg(number));
         field->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        field->setMinimumWidth(s_temperatureFieldWidth);
+        field->setFixedWidth(s_temperatureFieldWidth);
         label->setBuddy(field);
         grid->addWidget(label, row, 0);
         grid->addWidget(field, row, 1);
@@ -260,8 +276,10 @@ void VelutraView::createSystemDetailsPage()
 {
     auto *page = new QWidget;
     page->setObjectName(QStringLiteral("systemDetailsPage"));
-    // Sections stand side by side when the page is wide and one under the other when not.
-    auto *flow = new FlowLayout(page, 16, s_sectionSpacing, 8);
+    // One column of sections: a narrow window scrolls down, never sideways.
+    auto *column = new QVBoxLayout(page);
+    column->setContentsMargins(16, 12, 16, 12);
+    column->setSpacing(8);
 
     QWidget *section = nullptr;
     QGridLayout *grid = nullptr;
@@ -278,16 +296,17 @@ void VelutraView::createSystemDetailsPage()
             grid->setHorizontalSpacing(12);
             grid->setVerticalSpacing(6);
             grid->addWidget(typedLabel(tr(row.section), "heading"), 0, 0, 1, 2);
+            // Fields keep the width they ask for; what is left over stays empty.
+            grid->setColumnStretch(2, 1);
             grids.append(grid);
-            flow->addWidget(section);
+            column->addWidget(section);
             if (qstrcmp(row.section, "xHG Board") == 0) {
                 section->setObjectName(QStringLiteral("hgModuleSection"));
                 m_hgModuleSection = section;
             }
         }
         auto *name = typedLabel(tr(row.name), "label");
-        auto *field = readOnlyField(QStringLiteral("???"), row.objectName);
-        field->setMinimumWidth(s_fieldMinimumWidth);
+        auto *field = readOnlyField(QStringLiteral("???"), QLatin1String(row.objectName));
         name->setBuddy(field);
         const int line = grid->rowCount();
         grid->addWidget(name, line, 0);
@@ -305,13 +324,14 @@ void VelutraView::createSystemDetailsPage()
     for (QGridLayout *sectionGrid : qAsConst(grids)) {
         sectionGrid->setColumnMinimumWidth(0, nameWidth);
     }
+    column->addStretch();
     addControlPage(page, tr("System Details"));
 }
 
 void VelutraView::setSystemDetailsField(SystemDetailsField field, const QString &text)
 {
     if (LineEdit *edit = m_systemDetailsFields.value(field)) {
-        showFieldText(edit, text);
+        static_cast<DetailField *>(edit)->showText(text);
     }
 }
 
