@@ -25,6 +25,8 @@ private slots:
     void slotTickHandler();
 
 private:
+    void finish();
+
     QTimer *m_timer = nullptr;
 };
 

@@ -241,6 +241,62 @@ private:
     // ---- Detail pages (velutraview_details.cpp) ----------------------------------------------
     void createTemperatureDetailsPage();
     void createSystemDetailsPage();
+
+    // The "System Details" fields in page order; the table in velutraview_details.cpp holds
+    // their sections, names and object names row for row.
+    enum SystemDetailsField {
+        HardwareVersionField,
+        FirmwareVersionField,
+        ApplicationNameField,
+        CompilationDateTimeField,
+        SerialNumberField,
+        DeviceOnTimeField,
+        DeviceEmissionTimeField,
+        LDDDeviceHardwareField,
+        LDDDeviceSoftwareField,
+        LDDDeviceRevisionField,
+        TECDeviceHardwareField,
+        TECDeviceSoftwareField,
+        TECDeviceRevisionField,
+        TimingBoardSerialField,
+        TimingBoardMCUField,
+        TimingBoardFPGAField,
+        HGModuleAddressField,
+        HGModuleTypeField,
+        HGModuleFirmwareVersionField,
+        HGModuleBootloaderVersionField,
+        HGModuleSerialNumberField,
+        HGModulePCBSerialNumberField,
+        HGModuleRuntimeField,
+        SystemDetailsFieldCount
+    };
+
+    void setSystemDetailsField(SystemDetailsField field, const QString &text);
+    void setTemperatureActual(int row, const QString &text);
+    void setTemperatureRowVisibility(int row, bool visible);
+    void showHGModuleWarningText();
+    // The spot table's "Maximum runtime" column; setCrystalMaxRuntime hands its value here.
+    void setSpotTableMaxRuntime(quint64 seconds);
+
+    // The PanelKit classes are named through elaborated type specifiers so that this header
+    // keeps its includes and forward declarations as they are.
+    QList<class LineEdit *> m_systemDetailsFields;
+    QList<class LineEdit *> m_temperatureFields;
+    QList<QLabel *> m_temperatureLabels;
+    QWidget *m_hgModuleSection = nullptr;
+    // Hours and minutes arrive separately; each field shows the latest pair.
+    QString m_deviceOnHours = QStringLiteral("???");
+    QString m_deviceOnMinutes = QStringLiteral("???");
+    QString m_deviceEmissionHours = QStringLiteral("???");
+    QString m_deviceEmissionMinutes = QStringLiteral("???");
+    QMap<int, quint64> m_crystalAllRuntimes;
+    quint64 m_spotTableMaxRuntime = 0;
+    QPointer<class Dialog> m_spotTableDialog;
+    // One warning dialog at a time: each distinct message once, with how often it came again.
+    QPointer<class Dialog> m_hgModuleWarningDialog;
+    QPointer<QLabel> m_hgModuleWarningText;
+    QList<QString> m_hgModuleWarnings;
+    QList<int> m_hgModuleWarningRepeats;
 };
 
 #endif // VELUTRAVIEW_H
