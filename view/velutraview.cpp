@@ -14,7 +14,9 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPointer>
+#include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -103,6 +105,13 @@ VelutraView::VelutraView(QWidget *parent)
     createHarmonicGeneratorPage();
     createCrystalSpotWaitDialog();
     setControlPage(ControlPage);
+
+    // The frames that scroll the pages and the side panel would each be a stop of their own
+    // on the way from one control to the next; a focused control scrolls itself into view.
+    const auto frames = findChildren<QScrollArea *>();
+    for (QScrollArea *frame : frames) {
+        frame->setFocusPolicy(Qt::NoFocus);
+    }
 }
 
 VelutraView::~VelutraView() = default;
@@ -217,6 +226,7 @@ void VelutraView::createViewPage()
     m_systemInfoCheckBox = new QCheckBox(tr("System info"));
     m_systemInfoCheckBox->setObjectName(QStringLiteral("systemInfoCheckBox"));
     m_systemInfoCheckBox->setProperty("flat", true);
+    fitToText(m_systemInfoCheckBox);
     layout->addWidget(m_systemInfoCheckBox);
     layout->addStretch(1);
     addControlPage(page, tr("View"));
@@ -250,6 +260,7 @@ void VelutraView::createSystemSettingsPage()
         auto *radio = new QRadioButton(tr("Logic %1").arg(mode));
         radio->setObjectName(QStringLiteral("digitalGateRadio%1").arg(mode));
         radio->setProperty("flat", true);
+        fitToText(radio);
         m_digitalGateGroup->addButton(radio, mode);
         grid->addWidget(radio, mode, 0);
         grid->addWidget(typedLabel(tr("0V:"), "label"), mode, 1);
@@ -356,6 +367,20 @@ bool VelutraView::runPrompt(const QString &objectName, const QString &header, co
     *alive = true;
     delete dialog;
     return result == QDialog::Accepted;
+}
+
+void VelutraView::fitToText(QAbstractButton *button)
+{
+    static constexpr int s_indicatorAndSpacing = 16 + 8 + 12;
+    button->ensurePolished();
+    const QSize text = button->fontMetrics().size(0, button->text());
+    if (qobject_cast<QPushButton *>(button)) {
+        // As a style rule: the panel's own min-height rule is applied again at every polish.
+        button->setStyleSheet(QStringLiteral("min-height: %1px;").arg(text.height()));
+    } else {
+        button->setMinimumWidth(text.width() + s_indicatorAndSpacing);
+        button->setMinimumHeight(qMax(text.height(), 16) + 6);
+    }
 }
 
 void VelutraView::setRowVisible(QWidget *control, bool visible)

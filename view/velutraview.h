@@ -251,6 +251,9 @@ private:
 
     // Shows or hides a control together with the label that names it.
     void setRowVisible(QWidget *control, bool visible);
+    // Gives a check box, radio button or push button the room its (multi-line) text needs
+    // under the panel's style sheet, which sizes them from one line of plain text.
+    static void fitToText(QAbstractButton *button);
     void addRow(class QGridLayout *grid, int row, QWidget *label, QWidget *control);
     void showEnergyOfCurrentUnit();
     void showRepRateOfCurrentScale();

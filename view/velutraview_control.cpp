@@ -172,6 +172,7 @@ void VelutraView::createControlPage()
     m_dynamicWlsSaveButton
             = new Button(tr("set AOM\nenergy level"), Button::Panel, Button::Action, page);
     m_dynamicWlsSaveButton->setObjectName(QStringLiteral("dynamicWlsSaveButton"));
+    fitToText(m_dynamicWlsSaveButton);
     addRow(grid, row++, typedLabel(tr("Dynamic Wavelength Switching"), "label"),
            m_dynamicWlsSaveButton);
     connect(m_dynamicWlsSaveButton, &QPushButton::clicked, this,
@@ -267,6 +268,8 @@ void VelutraView::createHarmonicGeneratorPage()
     auto *disable = new QRadioButton(tr("Disable Dynamic\nWavelength feature"));
     disable->setObjectName(QStringLiteral("dynamicWlsDisableRadio"));
     disable->setProperty("flat", true);
+    fitToText(enable);
+    fitToText(disable);
     m_dynamicWlsEnableRadio = enable;
     m_dynamicWlsDisableRadio = disable;
     m_dynamicWlsGroup = new QButtonGroup(page);
@@ -325,6 +328,7 @@ void VelutraView::createHarmonicGeneratorPage()
     m_showAllSpotsButton
             = new Button(tr("Show all\nspots"), Button::Compact, Button::Action, m_crystalSection);
     m_showAllSpotsButton->setObjectName(QStringLiteral("showAllSpotsButton"));
+    fitToText(m_showAllSpotsButton);
     crystal->addWidget(m_showAllSpotsButton, 1, 0, Qt::AlignLeft);
     m_crystalRunHours = typedLabel(QString(), "text", QStringLiteral("crystalRunHours"));
     crystal->addWidget(typedLabel(tr("Current spot run hours"), "label"), 2, 0);
