@@ -238,6 +238,123 @@ private:
     void createHarmonicGeneratorPage();
     void createCrystalSpotWaitDialog();
 
+    // The unit and scale caches (see the slots): what each unit of a slider last showed or was
+    // told, so that switching back shows the device's value and not a stale one.
+    struct Range
+    {
+        double minimum = 0.0;
+        double maximum = 0.0;
+    };
+    enum EnergyUnit { EnergyUnit_uJ = 0, EnergyUnitPercent = 1 };
+    enum RepRateScale { RepRateScaleRate = 0, RepRateScaleDivider = 1 };
+    static constexpr int s_wavelengthCount = 4; // IR, Green, UV, DUV
+
+    // Shows or hides a control together with the label that names it.
+    void setRowVisible(QWidget *control, bool visible);
+    // Gives a check box, radio button or push button the room its (multi-line) text needs
+    // under the panel's style sheet, which sizes them from one line of plain text.
+    static void fitToText(QAbstractButton *button);
+    void addRow(class QGridLayout *grid, int row, QWidget *label, QWidget *control);
+    void showEnergyOfCurrentUnit();
+    void showRepRateOfCurrentScale();
+    void showDigitalGateLevels(int mode);
+    void updateSideWavelengthEnabled();
+    void updateExternHeading();
+    void updateDynamicWlsSaveEnabled();
+    void showCrystalRunHours();
+    void onCrystalSpotTimeElapsed();
+    // Runs one modal prompt; false when the operator did not accept it or when the view went
+    // away while it was open (then *alive is false and nothing of the view may be touched).
+    bool runPrompt(const QString &objectName, const QString &header, const QString &text,
+                   bool withCancel, bool *alive);
+
+    // Side panel
+    class Indicator *m_powerOnIndicator = nullptr;
+    class Indicator *m_errorIndicator = nullptr;
+    class Indicator *m_warningIndicator = nullptr;
+    class Indicator *m_deviceSetupIndicator = nullptr;
+    class Indicator *m_shutterIndicator = nullptr;
+    class Indicator *m_ovenFaultIndicator = nullptr;
+    class Indicator *m_humidityFaultIndicator = nullptr;
+    class Indicator *m_errorcodeHGIndicator = nullptr;
+    class Indicator *m_dynamicWlsIndicator = nullptr;
+    QWidget *m_ovenFaultRow = nullptr;
+    QWidget *m_humidityFaultRow = nullptr;
+    QWidget *m_errorcodeHGRow = nullptr;
+    QLabel *m_errorcodeHGMessage = nullptr;
+    QWidget *m_dynamicWlsBox = nullptr;
+    QWidget *m_dynamicWlsRows[s_wavelengthCount] = {};
+    QLabel *m_dynamicWlsValues[s_wavelengthCount] = {};
+    QWidget *m_sideWavelengthRow = nullptr;
+    class ComboBox *m_sideWavelengthCombo = nullptr;
+    QWidget *m_systemInfoBox = nullptr;
+    QWidget *m_digitalGateBox = nullptr;
+    QLabel *m_sideGateLevel0V = nullptr;
+    QLabel *m_sideGateLevel3V3 = nullptr;
+
+    // Control page
+    class ComboBox *m_operatingModeCombo = nullptr;
+    class ComboBox *m_wavelengthSelectorCombo = nullptr;
+    QLabel *m_measuredEnergy[s_wavelengthCount] = {};
+    class Button *m_dynamicWlsSaveButton = nullptr;
+    class ComboSlider *m_energySlider = nullptr;
+    QLabel *m_outputRepRate = nullptr;
+    class ComboSlider *m_repRateSlider = nullptr;
+    class ComboSlider *m_divisionSlider = nullptr;
+    QLabel *m_externHeading = nullptr;
+    class ComboBox *m_externModulationCombo = nullptr;
+    class ComboBox *m_externTriggerCombo = nullptr;
+    class ComboSlider *m_externPowerlockSlider = nullptr;
+
+    // View page and System settings page
+    class QCheckBox *m_systemInfoCheckBox = nullptr;
+    class QButtonGroup *m_digitalGateGroup = nullptr;
+
+    // Harmonic Generator page
+    QWidget *m_dynamicWlsSection = nullptr;
+    class QButtonGroup *m_dynamicWlsGroup = nullptr;
+    QAbstractButton *m_dynamicWlsEnableRadio = nullptr;
+    QAbstractButton *m_dynamicWlsDisableRadio = nullptr;
+    QLabel *m_outputPower[s_wavelengthCount] = {};
+    QLabel *m_humidity = nullptr;
+    class ComboBox *m_ovenModeCombo = nullptr;
+    QLabel *m_oven1Actual = nullptr;
+    QLabel *m_oven2Actual = nullptr;
+    class ComboSlider *m_oven1Slider = nullptr;
+    class ComboSlider *m_oven2Slider = nullptr;
+    QWidget *m_crystalSection = nullptr;
+    class Button *m_showAllSpotsButton = nullptr;
+    QLabel *m_crystalRunHours = nullptr;
+    class ComboSlider *m_crystalSpotSlider = nullptr;
+
+    // Crystal-spot wait dialog
+    class Dialog *m_crystalSpotWaitDialog = nullptr;
+    class VelutraProgressTicker *m_crystalSpotTicker = nullptr;
+
+    // Labels that name a control, so that both leave and return together.
+    QMap<QWidget *, QWidget *> m_rowLabels;
+
+    double m_lastMeasuredIR_uJ = 0.0;
+    double m_energySetpoint_uJ = 0.0;
+    double m_energySetpointPercent = 0.0;
+    Range m_energyRange_uJ{0.0, 60000.0};
+    Range m_energyRangePercent{0.0, 100.0};
+    double m_repRate = 0.0;
+    double m_repRateDivider = 0.0;
+    // The device's wavelength: -1 until it first reports one.
+    int m_selectedWavelength = -1;
+    int m_currentCrystalSpot = 0;
+    bool m_crystalSpotKnown = false;
+    quint64 m_crystalCurRuntime = 0;
+    quint64 m_crystalMaxRuntime = 0;
+    bool m_dynamicWavelengthFeatureOn = false;
+    bool m_wavelengthLockOpen = true;
+    // Set-points as the device reported them, re-applied when their range arrives later.
+    double m_oven1Setpoint = 0.0;
+    bool m_oven1SetpointKnown = false;
+    double m_oven2Setpoint = 0.0;
+    bool m_oven2SetpointKnown = false;
+
     // ---- Detail pages (velutraview_details.cpp) ----------------------------------------------
     void createTemperatureDetailsPage();
     void createSystemDetailsPage();
