@@ -1030,6 +1030,7 @@ void VelutraView::setCrystalMaxRuntime(quint64 seconds)
 {
     m_crystalMaxRuntime = seconds;
     showCrystalRunHours();
+    setSpotTableMaxRuntime(seconds);
 }
 
 void VelutraView::showCrystalRunHours()
