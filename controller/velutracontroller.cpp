@@ -244,20 +244,35 @@ void VelutraController::wireHandler()
     if (!m_serialHandler) {
         return;
     }
-    connect(this, &VelutraController::sigAddMonitorCommand, m_serialHandler,
-            &VelutraSerialHandler::slotAddMonitorCommand);
-    connect(this, &VelutraController::sigDelMonitorCommand, m_serialHandler,
-            &VelutraSerialHandler::slotDelMonitorCommand);
-    connect(this, &VelutraController::sigClrAllMonitorCommands, m_serialHandler,
-            &VelutraSerialHandler::slotClrAllMonitorCommands);
-    connect(this, &VelutraController::sigAppendSettingsCommand, m_serialHandler,
-            qOverload<const QString &>(&VelutraSerialHandler::slotAppendSettingsCommand));
-    connect(m_serialHandler, &VelutraSerialHandler::sigConnectedStatus, this,
-            &VelutraController::slotConnectedStatus);
-    connect(m_serialHandler, &VelutraSerialHandler::sigConnectedStatus, m_decoder,
-            &VelutraResponseDecoder::slotConnectedStatus);
-    connect(m_serialHandler, &VelutraSerialHandler::sigLineReceived, m_decoder,
-            &VelutraResponseDecoder::slotLineReceived);
+    // By signature, like the rest of the wiring, so that a test can find each connection.
+    const struct
+    {
+        QObject *sender;
+        const char *signal;
+        QObject *receiver;
+        const char *slot;
+    } connections[] = {
+            {this, SIGNAL(sigAddMonitorCommand(QString)), m_serialHandler,
+             SLOT(slotAddMonitorCommand(QString))},
+            {this, SIGNAL(sigDelMonitorCommand(QString)), m_serialHandler,
+             SLOT(slotDelMonitorCommand(QString))},
+            {this, SIGNAL(sigClrAllMonitorCommands()), m_serialHandler,
+             SLOT(slotClrAllMonitorCommands())},
+            {this, SIGNAL(sigAppendSettingsCommand(QString)), m_serialHandler,
+             SLOT(slotAppendSettingsCommand(QString))},
+            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), this,
+             SLOT(slotConnectedStatus(bool))},
+            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), m_decoder,
+             SLOT(slotConnectedStatus(bool))},
+            {m_serialHandler, SIGNAL(sigLineReceived(QByteArray)), m_decoder,
+             SLOT(slotLineReceived(QByteArray))},
+    };
+    for (const auto &connection : connections) {
+        if (!connect(connection.sender, connection.signal, connection.receiver, connection.slot)) {
+            qWarning("VelutraController: could not connect %s to %s", connection.signal + 1,
+                     connection.slot + 1);
+        }
+    }
 }
 
 void VelutraController::buildPanel()
