@@ -10,6 +10,7 @@
 #include "panelkit.h"
 #include "serialmonitor.h"
 #include "serialportlist.h"
+#include "velutracontroller.h"
 #include "velutraresources.h"
 #include "velutraserialhandler.h"
 
@@ -26,6 +27,7 @@
 #include <QSignalMapper>
 #include <QStatusBar>
 #include <QThread>
+#include <QTimer>
 #include <QUrl>
 
 namespace {
@@ -272,12 +274,30 @@ void MainWindow::onPortsOpened(QString name)
     updateConnectMenu();
     m_controlPanel = new MainControlPanel(this);
     createSystemWidget(m_controlPanel, tr("Control Panel"));
+    if (m_controller) {
+        // A close that never arrived: never let two controllers feed one handler.
+        m_controller->disconnect(m_serialHandler);
+        m_controller->deleteLater();
+    }
+    m_controller = new VelutraController(this, m_controlPanel, m_serialHandler, this);
+    if (m_serialMonitor) {
+        connect(m_serialMonitor, SIGNAL(sigSendCommand(QByteArray)), m_controller,
+                SLOT(slotSendManualCommand(QByteArray)));
+    }
+    QTimer::singleShot(10, m_controller, SLOT(slotMainLoop()));
 }
 
 void MainWindow::onPortsClosed(QString)
 {
     m_portName.clear();
     updateConnectMenu();
+    if (m_controller) {
+        // Until the deferred delete runs, its loop could still queue commands for the port.
+        m_controller->disconnect(m_serialHandler);
+        m_controller->deleteLater();
+        m_controller = nullptr;
+    }
+    // The panel takes the controller's widget with it.
     removeAllSystemWidgets();
 }
 

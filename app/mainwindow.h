@@ -11,6 +11,7 @@ class QMenu;
 class QSignalMapper;
 class QThread;
 class SerialMonitor;
+class VelutraController;
 class VelutraSerialHandler;
 
 // The program's frame: menus, the log and serial-monitor docks, the serial
@@ -68,6 +69,8 @@ private:
     QThread *m_serialThread = nullptr;
     QPointer<SerialMonitor> m_serialMonitor;
     QPointer<MainControlPanel> m_controlPanel;
+    // Exists while a port is open.
+    QPointer<VelutraController> m_controller;
     QAction *m_exitAction = nullptr;
     QAction *m_aboutAction = nullptr;
     QAction *m_helpManualAction = nullptr;

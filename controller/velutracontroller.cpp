@@ -1,22 +1,165 @@
 #include "velutracontroller.h"
 
+#include "_applog.h"
+#include "guioverlay.h"
 #include "guiwidget.h"
+#include "maincontrolpanel.h"
+#include "velutracommands.h"
+#include "velutrafirmwareids.h"
+#include "velutramodulecolumns.h"
 #include "velutraremotecontrol.h"
 #include "velutraresponsedecoder.h"
+#include "velutraserialhandler.h"
 #include "velutraview.h"
 
-void VelutraController::slotsVelutraTypeChanged(const QString &) { }
-void VelutraController::slotsApplicationNameChanged(const QString &) { }
-void VelutraController::slotiModeOfOperationAOMChanged(int) { }
-void VelutraController::slotDebuggingStatusChanged(bool) { }
-void VelutraController::slotExistsSHGModule(bool) { }
-void VelutraController::slotExistsSHGgModule(bool) { }
-void VelutraController::slotExistsTHGModule(bool) { }
-void VelutraController::slotExistsTHGiModule(bool) { }
-void VelutraController::slotDynamicWavelengthFeatureSupported(bool) { }
-void VelutraController::slotUnhandledLineData(const QByteArray &) { }
-void VelutraController::slotParsingError(const QByteArray &) { }
-void VelutraController::systemInfoViewChanged(bool) { }
+#include <QCoreApplication>
+#include <QMetaMethod>
+#include <QSettings>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <cstring>
+
+namespace {
+
+constexpr int MainLoopIntervalMs = 10;
+
+// The panel's division control spans every factor the device accepts.
+constexpr double DivisionMinimum = 1.0;
+constexpr double DivisionMaximum = 10000000.0;
+
+constexpr char SystemInfoViewKey[] = "viewSystemInfo";
+constexpr char PowerSetIndexKey[] = "powerSetIndex";
+constexpr char RepRateScaleIndexReadKey[] = "repRateScaleIndex";
+// Written in another case than it is read; both spellings are kept as they stand, and
+// loadSettings() finds either.
+constexpr char RepRateScaleIndexWriteKey[] = "reprateScaleIndex";
+
+// Model strings, tested in this order: "Velutra-10" contains the text of no other model,
+// but "Velutra-2" must not be taken for it, so the longer name comes first.
+struct SystemTypeName
+{
+    const char *model;
+    int systemType;
+};
+constexpr SystemTypeName SystemTypeNames[] = {
+        {"Velutra-10", 1},
+        {"Velutra-3", 2},
+        {"Velutra-2", 3},
+};
+
+// Decoder signals the controller has no use for; everything else needs a slot of its stem.
+const char *const DecoderSignalsWithoutSlot[] = {
+        // A laser without the digital gate simply never reports one; nothing to do.
+        "sigDigitalGateNotSupported",
+};
+
+// View change signals whose controller slot is not named like them.
+struct RenamedViewSignal
+{
+    const char *viewSignal;
+    const char *controllerSlot;
+};
+constexpr RenamedViewSignal RenamedViewSignals[] = {
+        {"operatingModeChanged", "slotOperatingModeChanged"},
+        {"dynamicWavelengthFeature", "dynamicWavelengthFeatureChanged"},
+};
+
+// View signals that stay inside the view.
+const char *const InternalViewSignals[] = {
+        // Closes the view's own wait dialog when the crystal has moved.
+        "closeCrystalSpotWarningWindow",
+};
+
+// Controller signals the name-driven wiring leaves out, and where each one goes instead.
+enum class Receiver { RemoteControl, View, Nobody };
+struct RoutedSignal
+{
+    const char *controllerSignal;
+    Receiver receiver;
+    const char *receiverSlot;
+};
+// clang-format off
+constexpr RoutedSignal RoutedSignals[] = {
+    // The operating-state buttons live in the remote control, under names of their own.
+    {"enableOutEnable(bool)",       Receiver::RemoteControl, "enableOutEnable(bool)"},
+    {"enableLaserOn(bool)",         Receiver::RemoteControl, "enableLaserOn(bool)"},
+    {"enableStandby(bool)",         Receiver::RemoteControl, "enableStandby(bool)"},
+    {"enableListen(bool)",          Receiver::RemoteControl, "enableListen(bool)"},
+    {"setOutEnableOn(bool)",        Receiver::RemoteControl, "setOutEnable(bool)"},
+    {"setOutEnableOnFlash(bool)",   Receiver::RemoteControl, "setOutEnableFlashing(bool)"},
+    {"setOutEnableOnVisible(bool)", Receiver::RemoteControl, "setOutEnableVisible(bool)"},
+    {"setLaserOn(bool)",            Receiver::RemoteControl, "setLaserOn(bool)"},
+    {"setLaserOnFlash(bool)",       Receiver::RemoteControl, "setLaserOnFlashing(bool)"},
+    {"setStandby(bool)",            Receiver::RemoteControl, "setStandby(bool)"},
+    {"setStandbyFlash(bool)",       Receiver::RemoteControl, "setStandbyFlashing(bool)"},
+    {"setListen(bool)",             Receiver::RemoteControl, "setListen(bool)"},
+    // The signal names keep an old misspelling; the view's slots are spelt right.
+    {"setTemperatureVisibilty1(bool)",  Receiver::View, "setTemperatureVisibility1(bool)"},
+    {"setTemperatureVisibilty2(bool)",  Receiver::View, "setTemperatureVisibility2(bool)"},
+    {"setTemperatureVisibilty3(bool)",  Receiver::View, "setTemperatureVisibility3(bool)"},
+    {"setTemperatureVisibilty4(bool)",  Receiver::View, "setTemperatureVisibility4(bool)"},
+    {"setTemperatureVisibilty5(bool)",  Receiver::View, "setTemperatureVisibility5(bool)"},
+    {"setTemperatureVisibilty6(bool)",  Receiver::View, "setTemperatureVisibility6(bool)"},
+    {"setTemperatureVisibilty7(bool)",  Receiver::View, "setTemperatureVisibility7(bool)"},
+    {"setTemperatureVisibilty8(bool)",  Receiver::View, "setTemperatureVisibility8(bool)"},
+    {"setTemperatureVisibilty9(bool)",  Receiver::View, "setTemperatureVisibility9(bool)"},
+    {"setTemperatureVisibilty10(bool)", Receiver::View, "setTemperatureVisibility10(bool)"},
+    // The shutter reading is kept off the panel: the signal stays unconnected.
+    {"setShutterIndicator(bool)",   Receiver::Nobody, nullptr},
+};
+// clang-format on
+
+// The remote control's buttons and the controller slots that turn them into commands.
+constexpr RenamedViewSignal RemoteButtons[] = {
+        {"outEnableChanged(bool)", "outEnableChanged(bool)"},
+        {"laserOnChanged(bool)", "laserOnChanged(bool)"},
+        {"standbyChanged(bool)", "standbyChanged(bool)"},
+        {"listenChanged(bool)", "listenChanged(bool)"},
+};
+
+template<typename Table>
+bool isListed(const Table &table, const QByteArray &name)
+{
+    for (const char *entry : table) {
+        if (name == entry) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Connects sender's signal to the receiver slot with the given signature; false when the
+// receiver has no such slot.
+bool connectBySignature(QObject *sender, const QMetaMethod &signal, QObject *receiver,
+                        const QByteArray &slotSignature)
+{
+    const QMetaObject *meta = receiver->metaObject();
+    const int index = meta->indexOfSlot(QMetaObject::normalizedSignature(slotSignature));
+    if (index < 0) {
+        return false;
+    }
+    return bool(QObject::connect(sender, signal, receiver, meta->method(index)));
+}
+
+QMetaMethod signalOf(const QObject *object, const char *signature)
+{
+    const QMetaObject *meta = object->metaObject();
+    return meta->method(meta->indexOfSignal(QMetaObject::normalizedSignature(signature)));
+}
+
+QSettings controllerSettings()
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope,
+                     QCoreApplication::organizationName(), QCoreApplication::applicationName());
+}
+
+void writeLog(const QString &line)
+{
+    _AppLog::WriteLogLine(line);
+}
+
+} // namespace
 
 VelutraController::VelutraController(QWidget *mainWindow, MainControlPanel *panel,
                                      VelutraSerialHandler *handler, QObject *parent)
@@ -25,9 +168,20 @@ VelutraController::VelutraController(QWidget *mainWindow, MainControlPanel *pane
     , m_controlPanel(panel)
     , m_serialHandler(handler)
     , m_decoder(new VelutraResponseDecoder(this))
-{ }
+{
+    wireDecoder();
+    loadSettings();
+    wireHandler();
+}
 
-VelutraController::~VelutraController() = default;
+VelutraController::~VelutraController()
+{
+    saveSettings();
+    // A widget the panel took belongs to the panel; one that never reached a panel is ours.
+    if (m_panelWidget && !m_panelWidget->parent()) {
+        delete m_panelWidget.data();
+    }
+}
 
 VelutraResponseDecoder *VelutraController::decoder() const
 {
@@ -51,21 +205,534 @@ VelutraRemoteControl *VelutraController::remoteControl() const
 
 const QStringList &VelutraController::signalsWithoutViewSlot()
 {
-    static const QStringList names;
-    return names;
+    static const QStringList s_names = [] {
+        QStringList names;
+        for (const RoutedSignal &routed : RoutedSignals) {
+            const QByteArray signature(routed.controllerSignal);
+            names.append(QString::fromLatin1(signature.left(signature.indexOf('('))));
+        }
+        return names;
+    }();
+    return s_names;
 }
 
-void VelutraController::buildPanel() { }
-void VelutraController::wirePanel() { }
-void VelutraController::installBaseMonitorList() { }
-void VelutraController::installModuleList(int) { }
-void VelutraController::emitModuleVisibilitySteps(int) { }
+// ---- Wiring -----------------------------------------------------------------------------
+
+void VelutraController::wireDecoder()
+{
+    // Every published value has a slot of the same stem: sig<X> reaches slot<X>. Wiring by
+    // name keeps the 150 connections from drifting apart from the two headers.
+    const QMetaObject *meta = m_decoder->metaObject();
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QMetaMethod signal = meta->method(i);
+        if (signal.methodType() != QMetaMethod::Signal) {
+            continue;
+        }
+        if (isListed(DecoderSignalsWithoutSlot, signal.name())) {
+            continue;
+        }
+        const QByteArray slot = "slot" + signal.methodSignature().mid(int(std::strlen("sig")));
+        if (!connectBySignature(m_decoder, signal, this, slot)) {
+            qWarning("VelutraController: no slot %s for the decoder's %s", slot.constData(),
+                     signal.methodSignature().constData());
+        }
+    }
+}
+
+void VelutraController::wireHandler()
+{
+    if (!m_serialHandler) {
+        return;
+    }
+    // By signature, like the rest of the wiring, so that a test can find each connection.
+    const struct
+    {
+        QObject *sender;
+        const char *signal;
+        QObject *receiver;
+        const char *slot;
+    } connections[] = {
+            {this, SIGNAL(sigAddMonitorCommand(QString)), m_serialHandler,
+             SLOT(slotAddMonitorCommand(QString))},
+            {this, SIGNAL(sigDelMonitorCommand(QString)), m_serialHandler,
+             SLOT(slotDelMonitorCommand(QString))},
+            {this, SIGNAL(sigClrAllMonitorCommands()), m_serialHandler,
+             SLOT(slotClrAllMonitorCommands())},
+            {this, SIGNAL(sigAppendSettingsCommand(QString)), m_serialHandler,
+             SLOT(slotAppendSettingsCommand(QString))},
+            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), this,
+             SLOT(slotConnectedStatus(bool))},
+            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), m_decoder,
+             SLOT(slotConnectedStatus(bool))},
+            {m_serialHandler, SIGNAL(sigLineReceived(QByteArray)), m_decoder,
+             SLOT(slotLineReceived(QByteArray))},
+    };
+    for (const auto &connection : connections) {
+        if (!connect(connection.sender, connection.signal, connection.receiver, connection.slot)) {
+            qWarning("VelutraController: could not connect %s to %s", connection.signal + 1,
+                     connection.slot + 1);
+        }
+    }
+}
+
+void VelutraController::buildPanel()
+{
+    if (m_panelWidget) {
+        return;
+    }
+    m_panelWidget = new GUIWidget;
+    new GUIOverlay(m_panelWidget);
+    m_panelWidget->setEnabled(m_connected);
+    m_view = new VelutraView;
+    m_panelWidget->boxLayout()->addWidget(m_view);
+    m_remoteControl = new VelutraRemoteControl;
+    m_view->setRemoteControlWidget(m_remoteControl);
+
+    m_view->setDivisionRange(DivisionMinimum, DivisionMaximum);
+    m_view->setPowerSetpointIndexVisibility(0, true);
+    m_view->setPowerSetpointIndexVisibility(1, true);
+    m_view->setPowerSetpointIndex(m_powerSetIndex);
+    m_view->setRepRateScaleIndex(m_repRateScaleIndex);
+
+    wirePanel();
+    emit setSystemInfoView(m_systemInfoView);
+
+    if (m_controlPanel) {
+        // The panel owns the widget from here on and deletes it when the port closes.
+        m_controlPanel->showMainControl(m_panelWidget, true);
+    }
+}
+
+void VelutraController::wirePanel()
+{
+    const QMetaObject *meta = metaObject();
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QMetaMethod signal = meta->method(i);
+        if (signal.methodType() != QMetaMethod::Signal || signal.name().startsWith("sig")) {
+            continue;
+        }
+        if (signalsWithoutViewSlot().contains(QString::fromLatin1(signal.name()))) {
+            continue;
+        }
+        if (!connectBySignature(this, signal, m_view, signal.methodSignature())) {
+            qWarning("VelutraController: the view has no slot %s",
+                     signal.methodSignature().constData());
+        }
+    }
+    for (const RoutedSignal &routed : RoutedSignals) {
+        QObject *receiver = nullptr;
+        switch (routed.receiver) {
+        case Receiver::RemoteControl:
+            receiver = m_remoteControl;
+            break;
+        case Receiver::View:
+            receiver = m_view;
+            break;
+        case Receiver::Nobody:
+            break;
+        }
+        if (receiver
+            && !connectBySignature(this, signalOf(this, routed.controllerSignal), receiver,
+                                   routed.receiverSlot)) {
+            qWarning("VelutraController: %s has no slot %s", receiver->metaObject()->className(),
+                     routed.receiverSlot);
+        }
+    }
+
+    const QMetaObject *viewMeta = m_view->metaObject();
+    for (int i = viewMeta->methodOffset(); i < viewMeta->methodCount(); ++i) {
+        const QMetaMethod signal = viewMeta->method(i);
+        if (signal.methodType() != QMetaMethod::Signal
+            || isListed(InternalViewSignals, signal.name())) {
+            continue;
+        }
+        QByteArray slot = signal.methodSignature();
+        for (const RenamedViewSignal &renamed : RenamedViewSignals) {
+            if (signal.name() == renamed.viewSignal) {
+                slot.replace(0, signal.name().size(), renamed.controllerSlot);
+            }
+        }
+        if (!connectBySignature(m_view, signal, this, slot)) {
+            qWarning("VelutraController: no slot %s for the view's %s", slot.constData(),
+                     signal.methodSignature().constData());
+        }
+    }
+
+    for (const RenamedViewSignal &button : RemoteButtons) {
+        if (!connectBySignature(m_remoteControl, signalOf(m_remoteControl, button.viewSignal), this,
+                                button.controllerSlot)) {
+            qWarning("VelutraController: the remote control's %s is not wired", button.viewSignal);
+        }
+    }
+}
+
+// ---- Main loop --------------------------------------------------------------------------
+
+void VelutraController::slotConnectedStatus(bool connected)
+{
+    m_connected = connected;
+}
+
+void VelutraController::slotMainLoop()
+{
+    switch (m_mainLoopState) {
+    case 0:
+        buildPanel();
+        installBaseMonitorList();
+        m_mainLoopState = 1;
+        break;
+    case 1:
+        if (m_connected) {
+            if (m_panelWidget) {
+                m_panelWidget->setEnabled(true);
+            }
+            queueSettings(VelutraCommands::debugOutputQuery());
+            queueSettings(VelutraCommands::registerDumpStartQuery());
+            queueSettings(VelutraCommands::registerDumpEndQuery());
+            m_mainLoopState = 2;
+        }
+        break;
+    case 2:
+        if (!m_connected) {
+            if (m_panelWidget) {
+                m_panelWidget->setEnabled(false);
+            }
+            m_mainLoopState = 0;
+        }
+        break;
+    default:
+        m_mainLoopState = 0;
+        break;
+    }
+    QTimer::singleShot(MainLoopIntervalMs, this, &VelutraController::slotMainLoop);
+}
+
+void VelutraController::installBaseMonitorList()
+{
+    emit sigClrAllMonitorCommands();
+    // The module lists went with the clear; the device reports its module again after the
+    // reconnection and the lists come back then.
+    m_installedModuleColumn = -1;
+    m_hgModuleKind = 0;
+    m_dynamicWavelengthSupported = false;
+
+    queueMonitor(VelutraCommands::statusRecord6Query());
+    queueMonitor(VelutraCommands::statusRecord7Query());
+    queueMonitor(VelutraCommands::statusRecord8Query());
+    queueMonitor(VelutraCommands::statusRecord9Query());
+    queueMonitor(VelutraCommands::powerQuery());
+    queueMonitor(VelutraCommands::powerPercentQuery());
+    queueMonitor(VelutraCommands::frequencyQuery());
+    queueMonitor(VelutraCommands::divisionQuery());
+}
+
+// ---- System and firmware detection --------------------------------------------------------
+
+void VelutraController::slotsVelutraTypeChanged(const QString &text)
+{
+    m_systemType = 0;
+    for (const SystemTypeName &name : SystemTypeNames) {
+        if (text.contains(QLatin1String(name.model), Qt::CaseInsensitive)) {
+            m_systemType = name.systemType;
+            break;
+        }
+    }
+    if (m_systemType == 0) {
+        writeLog(tr("Unknown system type connected: %1").arg(text));
+    }
+    emit setVelutraType(text);
+}
+
+void VelutraController::slotsApplicationNameChanged(const QString &text)
+{
+    m_applicationName = text;
+    if (!runFirmwareIdCheck()) {
+        writeLog(tr("Unknown application type connected: %1").arg(text));
+    }
+    emit setApplicationName(text);
+}
+
+void VelutraController::slotiModeOfOperationAOMChanged(int value)
+{
+    m_aomOperatingMode = value;
+    runFirmwareIdCheck();
+}
+
 bool VelutraController::runFirmwareIdCheck()
 {
-    return false;
+    // Start from the plain laser; the firmware, the AOM mode and the module add to it.
+    emit setPowerMeasuredIR_uJVisibility(true);
+    emit setPowerMeasuredGreen_uJVisibility(false);
+    emit setPowerMeasuredUV_uJVisibility(false);
+    emit setPowerMeasuredDUV_uJVisibility(false);
+    emit setWavelengthSelectorComboVisibility(false);
+    emit enableWavelengths(false, false, false);
+    emit setHGModuleInfoVisibility(false);
+    emit setHGSettingsPageVisibility(false);
+    emit setOvenFaultIndicatorVisibility(false);
+    emit setHumidityFaultIndicatorVisibility(false);
+    emit setErrorcodeHGIndicatorVisible(false);
+    emit setDigitalGateVisible(true);
+    queueSettings(VelutraCommands::digitalGateQuery());
+    emit setDynamicWavelengthFeatureVisibility(false);
+    emit setOutEnableOnVisible(false);
+
+    const VelutraFirmwareId *firmware = VelutraFirmwareIds::find(m_applicationName);
+    if (firmware && firmware->queriesModuleInfo) {
+        queueSettings(VelutraCommands::moduleInfoQuery());
+    }
+    const bool *wavelengths
+            = firmware ? firmware->wavelengths : VelutraFirmwareIds::UnknownFirmwareWavelengths;
+    // In AOM mode 8 no wavelength is offered, whatever the firmware.
+    constexpr int ExternalAomMode = 3;
+    constexpr int FixedProgramAomMode = 8;
+    if (m_aomOperatingMode == FixedProgramAomMode) {
+        emit enableWavelengths(false, false, false);
+    } else {
+        emit enableWavelengths(wavelengths[0], wavelengths[1], wavelengths[2]);
+    }
+    switch (m_aomOperatingMode) {
+    case ExternalAomMode:
+        emit setOperatingMode(1);
+        emit setPowerSliderVisibility(false);
+        emit setRepRateSliderVisibility(true);
+        emit setDivisionSliderVisibility(true);
+        break;
+    case FixedProgramAomMode:
+        emit setOperatingMode(2);
+        emit setPowerSliderVisibility(false);
+        emit setRepRateSliderVisibility(false);
+        emit setDivisionSliderVisibility(false);
+        break;
+    default:
+        emit setOperatingMode(0);
+        emit setPowerSliderVisibility(true);
+        emit setRepRateSliderVisibility(true);
+        emit setDivisionSliderVisibility(true);
+        break;
+    }
+
+    // The reset above hid what the module and the device's own reports had shown; every AOM
+    // mode report runs this check, so without this the module's controls would stay hidden.
+    if (m_installedModuleColumn >= 0) {
+        emitModuleVisibilitySteps(m_installedModuleColumn);
+    }
+    if (m_lastOutputConfig >= 0) {
+        publishOutputConfig(quint8(m_lastOutputConfig));
+    }
+    if (m_dynamicWavelengthSupported) {
+        emit setDynamicWavelengthFeatureVisibility(true);
+    }
+    return firmware != nullptr;
 }
-void VelutraController::loadSettings() { }
-void VelutraController::saveSettings() const { }
+
+// ---- Module monitor lists ----------------------------------------------------------------
+
+void VelutraController::slotExistsSHGModule(bool)
+{
+    installModuleList(VelutraModuleColumns::Shg);
+}
+
+void VelutraController::slotExistsSHGgModule(bool)
+{
+    installModuleList(VelutraModuleColumns::Shg);
+}
+
+void VelutraController::slotExistsTHGModule(bool)
+{
+    installModuleList(VelutraModuleColumns::Thg);
+}
+
+void VelutraController::slotExistsTHGiModule(bool)
+{
+    installModuleList(VelutraModuleColumns::Thgi);
+}
+
+void VelutraController::installModuleList(int column)
+{
+    for (int step = 1; step <= VelutraModuleColumns::StepCount; ++step) {
+        runModuleStep(step, column);
+    }
+    m_installedModuleColumn = column;
+}
+
+void VelutraController::emitModuleVisibilitySteps(int column)
+{
+    for (int step : VelutraModuleColumns::VisibilitySteps) {
+        runModuleStep(step, column);
+    }
+}
+
+void VelutraController::runModuleStep(int step, int column)
+{
+    const VelutraModuleColumn &kind = VelutraModuleColumns::column(column);
+    switch (step) {
+    case 1:
+        queueSettings(VelutraCommands::moduleOutputConfigQuery());
+        break;
+    case 2:
+        emit setWavelengthSelectorComboVisibility(true);
+        emit setHGModuleInfoVisibility(true);
+        emit setHGSettingsPageVisibility(true);
+        emit setOvenFaultIndicatorVisibility(true);
+        emit setHumidityFaultIndicatorVisibility(true);
+        emit setErrorcodeHGIndicatorVisible(true);
+        break;
+    case 3:
+        emit setHumidityMonitorVisibility(kind.humidityMonitorVisible);
+        break;
+    case 4:
+        if (kind.pollsHumidity) {
+            queueMonitor(VelutraCommands::humidityQuery());
+        }
+        break;
+    case 5:
+        emit setOvenModeVisibility(false);
+        break;
+    case 6:
+        queueMonitor(kind.enableQuery());
+        break;
+    case 7:
+        emit setOven1TempSetpointVisibility(true);
+        emit setOven1TempActualVisibility(true);
+        break;
+    case 8:
+        emit setOven2TempSetpointVisibility(kind.oven2Visible);
+        emit setOven2TempActualVisibility(kind.oven2Visible);
+        break;
+    case 9:
+        queueMonitor(VelutraCommands::ovenSetpointQuery());
+        queueMonitor(VelutraCommands::ovenTemperatureQuery());
+        break;
+    case 10:
+        queueSettings(VelutraCommands::dynamicWavelengthFeatureQuery());
+        break;
+    case 11:
+        emit setOutEnableOnVisible(true);
+        break;
+    case 12:
+        queueMonitor(VelutraCommands::outputQuery());
+        break;
+    case 13:
+        emit setCrystalPositionVisibility(kind.crystalPositionVisible);
+        break;
+    case 14:
+        if (kind.pollsCrystal) {
+            queueMonitor(VelutraCommands::crystalAllRuntimesQuery());
+            queueMonitor(VelutraCommands::crystalCurrentSpotQuery());
+            queueMonitor(VelutraCommands::crystalCurrentRuntimeQuery());
+            queueMonitor(VelutraCommands::crystalMaxRuntimeQuery());
+        }
+        break;
+    case 15:
+        queueMonitor(VelutraCommands::moduleWavelengthQuery());
+        queueMonitor(VelutraCommands::moduleStatusQuery());
+        queueMonitor(VelutraCommands::moduleErrorcodeQuery());
+        queueMonitor(VelutraCommands::moduleOutputPowerQuery());
+        queueMonitor(VelutraCommands::moduleRuntimeQuery());
+        break;
+    case 16:
+        m_hgModuleKind = kind.moduleKind;
+        break;
+    default:
+        break;
+    }
+}
+
+void VelutraController::slotDynamicWavelengthFeatureSupported(bool value)
+{
+    m_dynamicWavelengthSupported = value;
+    emit setDynamicWavelengthFeatureVisibility(value);
+    if (value) {
+        queueMonitor(VelutraCommands::dynamicWavelengthEnableQuery());
+        queueMonitor(VelutraCommands::dynamicWavelengthDefaultQuery());
+    } else {
+        emit sigDelMonitorCommand(VelutraCommands::dynamicWavelengthEnableQuery());
+        emit sigDelMonitorCommand(VelutraCommands::dynamicWavelengthDefaultQuery());
+    }
+}
+
+// ---- Manual commands, delayed query, log, debugging, settings -----------------------------
+
+void VelutraController::slotSendManualCommand(const QByteArray &bytes)
+{
+    // The operator's text goes out as typed; a NUL ends it, as it would on the wire.
+    const int length = int(qstrnlen(bytes.constData(), uint(bytes.size())));
+    const QString command = QString::fromLatin1(bytes.constData(), length);
+    if (command.isEmpty()) {
+        return;
+    }
+    queueSettings(command);
+}
+
+void VelutraController::appendDelayed_digiop_Command()
+{
+    queueSettings(VelutraCommands::digitalGateQuery());
+}
+
+void VelutraController::slotUnhandledLineData(const QByteArray &line)
+{
+    writeLog(tr("Velutra message: %1").arg(QString::fromLatin1(line)));
+}
+
+void VelutraController::slotParsingError(const QByteArray &line)
+{
+    writeLog(tr("Parsing error: %1").arg(QString::fromLatin1(line)));
+}
+
+void VelutraController::slotDebuggingStatusChanged(bool value)
+{
+    // Debug output would interleave with the replies the decoder expects: switch it off.
+    if (value) {
+        sendSetCommand(VelutraCommands::debugOutputOff(), "DebuggingStatus");
+    }
+}
+
+void VelutraController::systemInfoViewChanged(bool visible)
+{
+    m_systemInfoView = visible;
+}
+
+void VelutraController::loadSettings()
+{
+    const QSettings settings = controllerSettings();
+    m_systemInfoView = settings.value(QLatin1String(SystemInfoViewKey), false).toBool();
+    m_powerSetIndex = settings.value(QLatin1String(PowerSetIndexKey), 0).toInt();
+
+    // INI keys are case-sensitive here, unlike on the system the files came from: a value
+    // stored under another case of the key is still this value.
+    const QString readKey = QLatin1String(RepRateScaleIndexReadKey);
+    QString foundKey;
+    if (settings.contains(readKey)) {
+        foundKey = readKey;
+    } else {
+        const QStringList keys = settings.childKeys();
+        for (const QString &key : keys) {
+            if (key.compare(readKey, Qt::CaseInsensitive) == 0) {
+                foundKey = key;
+                break;
+            }
+        }
+    }
+    m_repRateScaleIndex = foundKey.isEmpty() ? 0 : settings.value(foundKey, 0).toInt();
+}
+
+void VelutraController::saveSettings() const
+{
+    QSettings settings = controllerSettings();
+    settings.setValue(QLatin1String(SystemInfoViewKey), m_systemInfoView);
+    settings.setValue(QLatin1String(PowerSetIndexKey), m_powerSetIndex);
+    // Other spellings of the key would shadow the value written now on the next start.
+    const QString writeKey = QLatin1String(RepRateScaleIndexWriteKey);
+    const QStringList keys = settings.childKeys();
+    for (const QString &key : keys) {
+        if (key != writeKey && key.compare(writeKey, Qt::CaseInsensitive) == 0) {
+            settings.remove(key);
+        }
+    }
+    settings.setValue(writeKey, m_repRateScaleIndex);
+}
+
 void VelutraController::queueSettings(const QString &command)
 {
     emit sigAppendSettingsCommand(command);

@@ -401,11 +401,14 @@ signals:
 
 private:
     // ---- Shared state (velutracontroller.cpp) -----------------------------------------------
+    void wireDecoder();
+    void wireHandler();
     void buildPanel();
     void wirePanel();
     void installBaseMonitorList();
     void installModuleList(int column);
     void emitModuleVisibilitySteps(int column);
+    void runModuleStep(int step, int column);
     bool runFirmwareIdCheck();
     void loadSettings();
     void saveSettings() const;
@@ -417,7 +420,8 @@ private:
     void sendSetCommand(const QString &command, const char *staleGroup);
 
     QWidget *m_mainWindow = nullptr;
-    MainControlPanel *m_controlPanel = nullptr;
+    // The main window deletes the panel when the port closes, possibly before this object.
+    QPointer<MainControlPanel> m_controlPanel;
     VelutraSerialHandler *m_serialHandler = nullptr;
     QPointer<GUIWidget> m_panelWidget;
     QPointer<VelutraView> m_view;

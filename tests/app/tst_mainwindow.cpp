@@ -2,9 +2,12 @@
 #include "applicationidentity.h"
 #include "centertabwidget.h"
 #include "fakeport.h"
+#include "guiwidget.h"
+#include "maincontrolpanel.h"
 #include "mainwindow.h"
 #include "serialmonitor.h"
 #include "serialportlist.h"
+#include "velutracontroller.h"
 
 #include <QAction>
 #include <QDir>
@@ -13,6 +16,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTextBlock>
@@ -205,6 +209,63 @@ private slots:
         window.connectToPort(port.path());
         QTRY_COMPARE(window.openPortName(), port.path());
         QTRY_VERIFY_WITH_TIMEOUT(port.receivedLines().contains("ly_vtx2_dev_status?\n"), 8000);
+    }
+
+    void openPortGetsAControllerThatPolls()
+    {
+        FakePort port;
+        // A laser that echoes every command; the handshake answers come from the port itself.
+        connect(&port, &FakePort::lineReceived, &port, [&port](const QByteArray &line) {
+            if (line != "ly_system_info\n" && line != "ly_vtx2_dev_status?\n") {
+                port.write(line);
+            }
+        });
+        MainWindow window;
+        QVERIFY(!window.findChild<VelutraController *>());
+        for (int connection = 1; connection <= 2; ++connection) {
+            const int before = port.receivedLines().size();
+            window.connectToPort(port.path());
+            QTRY_COMPARE(window.openPortName(), port.path());
+            QPointer<VelutraController> controller = window.findChild<VelutraController *>();
+            QVERIFY(controller);
+            QCOMPARE(window.findChildren<VelutraController *>().size(), 1);
+
+            // Its panel is what the control panel shows.
+            auto *panel = window.findChild<MainControlPanel *>();
+            QVERIFY(panel);
+            QTRY_VERIFY(controller->panelWidget());
+            QCOMPARE(panel->mainControl(), controller->panelWidget());
+
+            // After the handshake: the queries of a new connection, then the base list.
+            const auto sentSince = [&] {
+                return port.receivedLines().mid(before);
+            };
+            QTRY_VERIFY_WITH_TIMEOUT(sentSince().contains("eira?\n"), 10000);
+            QVERIFY(sentSince().contains("d2?\n"));
+            QVERIFY(sentSince().contains("ezra?\n"));
+            QTRY_VERIFY_WITH_TIMEOUT(sentSince().contains("e_div?\n"), 10000);
+            for (const QByteArray &query :
+                 {QByteArray("s6\n"), QByteArray("s7\n"), QByteArray("s8\n"), QByteArray("s9\n"),
+                  QByteArray("ly_vtx2_power?\n"), QByteArray("e_power?\n"),
+                  QByteArray("e_freq?\n")}) {
+                QVERIFY2(sentSince().contains(query), query.constData());
+            }
+            QTRY_VERIFY(controller->panelWidget()->isEnabled());
+
+            // The serial monitor's typed command goes out through the controller as typed.
+            auto *monitor = window.findChild<SerialMonitor *>();
+            emit monitor->sigSendCommand(QByteArray("manual_check?\n\0ignored", 22));
+            QTRY_VERIFY_WITH_TIMEOUT(sentSince().contains("manual_check?\n"), 5000);
+            QCOMPARE(sentSince().count("manual_check?\n"), 1);
+
+            // Closing the port takes the controller and its panel away.
+            QPointer<GUIWidget> widget = controller->panelWidget();
+            openConnectMenuAction(window, QStringLiteral("Close ") + port.path())->trigger();
+            QTRY_VERIFY(window.openPortName().isEmpty());
+            QTRY_VERIFY(controller.isNull());
+            QTRY_VERIFY(widget.isNull());
+            QCOMPARE(qobject_cast<CenterTabWidget *>(window.centralWidget())->count(), 0);
+        }
     }
 
     void missingPortLogsOpenFailedAndKeepsRunning()

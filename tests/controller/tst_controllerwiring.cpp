@@ -1,0 +1,307 @@
+#include "guiwidget.h"
+#include "velutracontroller.h"
+#include "velutraremotecontrol.h"
+#include "velutraresponsedecoder.h"
+#include "velutraserialhandler.h"
+#include "velutraview.h"
+
+#include <QMetaMethod>
+#include <QtTest>
+
+// Wiring is checked through QObject::disconnect(): it answers true only when the very
+// connection asked for existed, and a second call tells whether there was exactly one.
+
+namespace {
+
+QStringList s_warnings;
+QtMessageHandler s_previousHandler = nullptr;
+
+void captureWarnings(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtWarningMsg && message.startsWith(QLatin1String("VelutraController"))) {
+        s_warnings << message;
+    }
+    if (s_previousHandler) {
+        s_previousHandler(type, context, message);
+    }
+}
+
+QList<QMetaMethod> ownSignals(const QMetaObject &meta)
+{
+    QList<QMetaMethod> methods;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        if (meta.method(i).methodType() == QMetaMethod::Signal) {
+            methods << meta.method(i);
+        }
+    }
+    return methods;
+}
+
+QMetaMethod slotOf(const QObject *object, const QByteArray &signature)
+{
+    const QMetaObject *meta = object->metaObject();
+    return meta->method(meta->indexOfSlot(QMetaObject::normalizedSignature(signature)));
+}
+
+QMetaMethod signalOf(const QObject *object, const QByteArray &signature)
+{
+    const QMetaObject *meta = object->metaObject();
+    return meta->method(meta->indexOfSignal(QMetaObject::normalizedSignature(signature)));
+}
+
+// True when sender's signal reaches exactly receiver's slot, once, and nothing else.
+bool wiredExactlyTo(QObject *sender, const QMetaMethod &signal, QObject *receiver,
+                    const QMetaMethod &slot)
+{
+    if (!signal.isValid() || !slot.isValid()) {
+        return false;
+    }
+    if (!QObject::disconnect(sender, signal, receiver, slot)) {
+        return false;
+    }
+    if (QObject::disconnect(sender, signal, receiver, slot)) {
+        return false;
+    }
+    return !QObject::disconnect(sender, signal, nullptr, QMetaMethod());
+}
+
+bool wiredToNothing(QObject *sender, const QMetaMethod &signal)
+{
+    return signal.isValid() && !QObject::disconnect(sender, signal, nullptr, QMetaMethod());
+}
+
+// Remote-control partners of the controller's operating-state signals.
+const QMap<QByteArray, QByteArray> s_remoteSlots = {
+        {"enableOutEnable(bool)", "enableOutEnable(bool)"},
+        {"enableLaserOn(bool)", "enableLaserOn(bool)"},
+        {"enableStandby(bool)", "enableStandby(bool)"},
+        {"enableListen(bool)", "enableListen(bool)"},
+        {"setOutEnableOn(bool)", "setOutEnable(bool)"},
+        {"setOutEnableOnFlash(bool)", "setOutEnableFlashing(bool)"},
+        {"setOutEnableOnVisible(bool)", "setOutEnableVisible(bool)"},
+        {"setLaserOn(bool)", "setLaserOn(bool)"},
+        {"setLaserOnFlash(bool)", "setLaserOnFlashing(bool)"},
+        {"setStandby(bool)", "setStandby(bool)"},
+        {"setStandbyFlash(bool)", "setStandbyFlashing(bool)"},
+        {"setListen(bool)", "setListen(bool)"},
+};
+
+} // namespace
+
+class TestControllerWiring : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void decoderSignalsReachTheirSlots();
+    void handlerQueuesAndLinesAreWired();
+    void nullHandlerLeavesTheQueuesUnwired();
+    void exceptionListIsTheKnownOne();
+    void controllerSignalsReachTheView();
+    void exceptionsReachTheirPartners();
+    void viewChangesReachTheController();
+    void remoteButtonsReachTheController();
+    void panelIsWiredOnce();
+};
+
+void TestControllerWiring::init()
+{
+    s_warnings.clear();
+    s_previousHandler = qInstallMessageHandler(captureWarnings);
+}
+
+void TestControllerWiring::cleanup()
+{
+    qInstallMessageHandler(s_previousHandler);
+    QCOMPARE(s_warnings, QStringList{});
+}
+
+void TestControllerWiring::decoderSignalsReachTheirSlots()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    VelutraResponseDecoder *decoder = controller.decoder();
+    const QList<QMetaMethod> decoderSignals = ownSignals(*decoder->metaObject());
+    QVERIFY(decoderSignals.size() > 100);
+    int wired = 0;
+    for (const QMetaMethod &signal : decoderSignals) {
+        if (signal.name() == "sigDigitalGateNotSupported") {
+            // The one decoder value nobody takes; it must have no slot to miss.
+            QVERIFY(wiredToNothing(decoder, signal));
+            QCOMPARE(controller.metaObject()->indexOfSlot("slotDigitalGateNotSupported()"), -1);
+            continue;
+        }
+        QVERIFY(signal.name().startsWith("sig"));
+        const QByteArray slot = "slot" + signal.methodSignature().mid(3);
+        QVERIFY2(wiredExactlyTo(decoder, signal, &controller, slotOf(&controller, slot)),
+                 slot.constData());
+        ++wired;
+    }
+    QCOMPARE(wired, decoderSignals.size() - 1);
+}
+
+void TestControllerWiring::handlerQueuesAndLinesAreWired()
+{
+    VelutraSerialHandler handler;
+    VelutraController controller(nullptr, nullptr, &handler, nullptr);
+    const struct
+    {
+        QObject *sender;
+        const char *signal;
+        QObject *receiver;
+        const char *slot;
+    } connections[] = {
+            {&controller, "sigAddMonitorCommand(QString)", &handler,
+             "slotAddMonitorCommand(QString)"},
+            {&controller, "sigDelMonitorCommand(QString)", &handler,
+             "slotDelMonitorCommand(QString)"},
+            {&controller, "sigClrAllMonitorCommands()", &handler, "slotClrAllMonitorCommands()"},
+            {&controller, "sigAppendSettingsCommand(QString)", &handler,
+             "slotAppendSettingsCommand(QString)"},
+            {&handler, "sigLineReceived(QByteArray)", controller.decoder(),
+             "slotLineReceived(QByteArray)"},
+    };
+    for (const auto &connection : connections) {
+        QVERIFY2(wiredExactlyTo(connection.sender, signalOf(connection.sender, connection.signal),
+                                connection.receiver, slotOf(connection.receiver, connection.slot)),
+                 connection.signal);
+    }
+    // The link state reaches both, the controller first.
+    const QMetaMethod status = signalOf(&handler, "sigConnectedStatus(bool)");
+    QVERIFY(QObject::disconnect(&handler, status, &controller,
+                                slotOf(&controller, "slotConnectedStatus(bool)")));
+    QVERIFY(wiredExactlyTo(&handler, status, controller.decoder(),
+                           slotOf(controller.decoder(), "slotConnectedStatus(bool)")));
+}
+
+void TestControllerWiring::nullHandlerLeavesTheQueuesUnwired()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    for (const char *signal : {"sigAddMonitorCommand(QString)", "sigDelMonitorCommand(QString)",
+                               "sigClrAllMonitorCommands()", "sigAppendSettingsCommand(QString)"}) {
+        QVERIFY2(wiredToNothing(&controller, signalOf(&controller, signal)), signal);
+    }
+}
+
+void TestControllerWiring::exceptionListIsTheKnownOne()
+{
+    QStringList expected;
+    for (auto i = s_remoteSlots.cbegin(); i != s_remoteSlots.cend(); ++i) {
+        expected << QString::fromLatin1(i.key().left(i.key().indexOf('(')));
+    }
+    for (int n = 1; n <= 10; ++n) {
+        expected << QStringLiteral("setTemperatureVisibilty%1").arg(n);
+    }
+    expected << QStringLiteral("setShutterIndicator");
+    QStringList listed = VelutraController::signalsWithoutViewSlot();
+    listed.sort();
+    expected.sort();
+    QCOMPARE(listed, expected);
+}
+
+void TestControllerWiring::controllerSignalsReachTheView()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    controller.slotMainLoop();
+    VelutraView *view = controller.view();
+    QVERIFY(view);
+    const QList<QMetaMethod> controllerSignals = ownSignals(*controller.metaObject());
+    QCOMPARE(controllerSignals.size(), 159);
+    int wired = 0;
+    for (const QMetaMethod &signal : controllerSignals) {
+        const QString name = QString::fromLatin1(signal.name());
+        if (name.startsWith(QLatin1String("sig"))
+            || VelutraController::signalsWithoutViewSlot().contains(name)) {
+            continue;
+        }
+        QVERIFY2(wiredExactlyTo(&controller, signal, view, slotOf(view, signal.methodSignature())),
+                 signal.methodSignature().constData());
+        ++wired;
+    }
+    QCOMPARE(wired, 159 - 4 - VelutraController::signalsWithoutViewSlot().size());
+}
+
+void TestControllerWiring::exceptionsReachTheirPartners()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    controller.slotMainLoop();
+    VelutraView *view = controller.view();
+    VelutraRemoteControl *remote = controller.remoteControl();
+    QVERIFY(remote);
+    QCOMPARE(view->remoteControlWidget(), remote);
+
+    for (auto i = s_remoteSlots.cbegin(); i != s_remoteSlots.cend(); ++i) {
+        QVERIFY2(wiredExactlyTo(&controller, signalOf(&controller, i.key()), remote,
+                                slotOf(remote, i.value())),
+                 i.key().constData());
+    }
+    for (int n = 1; n <= 10; ++n) {
+        const QByteArray signal = "setTemperatureVisibilty" + QByteArray::number(n) + "(bool)";
+        const QByteArray slot = "setTemperatureVisibility" + QByteArray::number(n) + "(bool)";
+        QVERIFY2(wiredExactlyTo(&controller, signalOf(&controller, signal), view,
+                                slotOf(view, slot)),
+                 signal.constData());
+    }
+    QVERIFY(wiredToNothing(&controller, signalOf(&controller, "setShutterIndicator(bool)")));
+}
+
+void TestControllerWiring::viewChangesReachTheController()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    controller.slotMainLoop();
+    VelutraView *view = controller.view();
+    const QMap<QByteArray, QByteArray> renamed = {
+            {"operatingModeChanged", "slotOperatingModeChanged"},
+            {"dynamicWavelengthFeature", "dynamicWavelengthFeatureChanged"},
+    };
+    const QList<QMetaMethod> viewSignals = ownSignals(*view->metaObject());
+    QVERIFY(!viewSignals.isEmpty());
+    for (const QMetaMethod &signal : viewSignals) {
+        if (signal.name() == "closeCrystalSpotWarningWindow") {
+            // The view's own: it closes the view's wait dialog, not the controller's business.
+            QVERIFY(!QObject::disconnect(view, signal, &controller, QMetaMethod()));
+            continue;
+        }
+        QByteArray slot = signal.methodSignature();
+        slot.replace(0, signal.name().size(), renamed.value(signal.name(), signal.name()));
+        const QMetaMethod target = slotOf(&controller, slot);
+        QVERIFY2(target.isValid(), slot.constData());
+        QVERIFY2(QObject::disconnect(view, signal, &controller, target), slot.constData());
+        QVERIFY2(!QObject::disconnect(view, signal, &controller, QMetaMethod()), slot.constData());
+    }
+}
+
+void TestControllerWiring::remoteButtonsReachTheController()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    controller.slotMainLoop();
+    VelutraRemoteControl *remote = controller.remoteControl();
+    const QList<QMetaMethod> buttons = ownSignals(*remote->metaObject());
+    QCOMPARE(buttons.size(), 4);
+    for (const QMetaMethod &button : buttons) {
+        QVERIFY2(wiredExactlyTo(remote, button, &controller,
+                                slotOf(&controller, button.methodSignature())),
+                 button.methodSignature().constData());
+    }
+}
+
+void TestControllerWiring::panelIsWiredOnce()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    for (int turn = 0; turn < 4; ++turn) {
+        controller.slotConnectedStatus(turn % 2 == 1);
+        controller.slotMainLoop();
+        controller.slotMainLoop();
+    }
+    VelutraView *view = controller.view();
+    const QMetaMethod signal = signalOf(&controller, "setOperatingMode(int)");
+    QVERIFY(wiredExactlyTo(&controller, signal, view, slotOf(view, "setOperatingMode(int)")));
+    const QMetaMethod change = signalOf(view, "power_uJ_Changed(double)");
+    QVERIFY(QObject::disconnect(view, change, &controller, QMetaMethod()));
+    QVERIFY(!QObject::disconnect(view, change, &controller, QMetaMethod()));
+}
+
+QTEST_MAIN(TestControllerWiring)
+#include "tst_controllerwiring.moc"
