@@ -283,6 +283,7 @@ void MainWindow::onPortsOpened(QString name)
     if (m_serialMonitor) {
         connect(m_serialMonitor, SIGNAL(sigSendCommand(QByteArray)), m_controller,
                 SLOT(slotSendManualCommand(QByteArray)));
+        m_serialMonitor->setPortOpen(true);
     }
     QTimer::singleShot(10, m_controller, SLOT(slotMainLoop()));
 }
@@ -291,6 +292,9 @@ void MainWindow::onPortsClosed(QString)
 {
     m_portName.clear();
     updateConnectMenu();
+    if (m_serialMonitor) {
+        m_serialMonitor->setPortOpen(false);
+    }
     if (m_controller) {
         // Until the deferred delete runs, its loop could still queue commands for the port.
         m_controller->disconnect(m_serialHandler);

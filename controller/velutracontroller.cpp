@@ -72,7 +72,7 @@ const char *const InternalViewSignals[] = {
 };
 
 // Controller signals the name-driven wiring leaves out, and where each one goes instead.
-enum class Receiver { RemoteControl, View, Nobody };
+enum class Receiver { RemoteControl, View };
 struct RoutedSignal
 {
     const char *controllerSignal;
@@ -105,8 +105,6 @@ constexpr RoutedSignal RoutedSignals[] = {
     {"setTemperatureVisibilty8(bool)",  Receiver::View, "setTemperatureVisibility8(bool)"},
     {"setTemperatureVisibilty9(bool)",  Receiver::View, "setTemperatureVisibility9(bool)"},
     {"setTemperatureVisibilty10(bool)", Receiver::View, "setTemperatureVisibility10(bool)"},
-    // The shutter reading is kept off the panel: the signal stays unconnected.
-    {"setShutterIndicator(bool)",   Receiver::Nobody, nullptr},
 };
 // clang-format on
 
@@ -327,8 +325,6 @@ void VelutraController::wirePanel()
             break;
         case Receiver::View:
             receiver = m_view;
-            break;
-        case Receiver::Nobody:
             break;
         }
         if (receiver

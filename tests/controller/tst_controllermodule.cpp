@@ -16,15 +16,6 @@
 using Step = std::function<void(VelutraController &)>;
 Q_DECLARE_METATYPE(Step)
 
-// Stand-ins for members the controller library may not define yet. They are weak, so the
-// library's own definitions take their place whenever it has them.
-__attribute__((weak)) void VelutraController::slotConnectedStatus(bool) { }
-__attribute__((weak)) void VelutraController::slotMainLoop() { }
-__attribute__((weak)) void VelutraController::slotSendManualCommand(const QByteArray &) { }
-__attribute__((weak)) void VelutraController::appendDelayed_digiop_Command()
-{
-    emit sigAppendSettingsCommand(QStringLiteral("ly_vtx2_digiop?\n"));
-}
 
 namespace {
 

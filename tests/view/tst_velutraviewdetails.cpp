@@ -690,7 +690,7 @@ private slots:
         QCOMPARE(lines.size(), 8);
         QCOMPARE(lines.first(), QStringLiteral("Error 43"));
         QCOMPARE(lines.last(), QStringLiteral("Error 50"));
-        QCOMPARE(view->findChildren<Dialog *>().size(), 1);
+        QCOMPARE(view->findChildren<Dialog *>(QStringLiteral("hgModuleWarningDialog")).size(), 1);
         warningDialog(*view)->close();
     }
 
