@@ -9,9 +9,9 @@
 #include "velutraserialhandler.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QMutex>
 #include <QMutexLocker>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QThread>
 #include <QTimer>
