@@ -26,6 +26,16 @@ struct Run
     QProcess program;
     QString port;
 
+    ~Run()
+    {
+        for (QProcess *process : {&program, &simulator}) {
+            if (process->state() != QProcess::NotRunning) {
+                process->kill();
+                process->waitForFinished(10000);
+            }
+        }
+    }
+
     QString path(const QString &relative) const { return home.filePath(relative); }
 
     QProcessEnvironment environment(const QString &loggingRules) const
@@ -177,24 +187,21 @@ void TestLogVolume::initTestCase()
 
 void TestLogVolume::cleanupTestCase()
 {
-    if (m_silent) {
-        if (m_silent->program.state() != QProcess::NotRunning) {
-            m_silent->program.kill();
-            m_silent->program.waitForFinished(10000);
-        }
-        m_silent->stopSimulator();
-    }
+    m_silent.reset();
 }
 
 bool TestLogVolume::waitForPolling(Run &run)
 {
+    // The status word is asked in the handshake; the polling list follows.
+    const auto polling = [&run] {
+        return run.commandCount("ly_vtx2_dev_status?") >= 1 && run.commandCount() >= 30;
+    };
     QElapsedTimer clock;
     clock.start();
-    // The status word is asked once in the handshake and again in every polling cycle.
-    while (run.commandCount("ly_vtx2_dev_status?") < 3 && clock.elapsed() < 30000) {
+    while (!polling() && clock.elapsed() < 30000) {
         QTest::qWait(50);
     }
-    return run.commandCount("ly_vtx2_dev_status?") >= 3;
+    return polling();
 }
 
 void TestLogVolume::defaultRunHasNoDebugTraces()
