@@ -31,6 +31,12 @@ void configure(QCommandLineParser &parser)
                                         "would (a name such as ttyUSB0 or a path such as "
                                         "/dev/ttyUSB0)."),
             QCoreApplication::translate("CommandLine", "port")));
+    parser.addOption(QCommandLineOption(
+            QString::fromLatin1(VerboseOption),
+            QCoreApplication::translate("CommandLine",
+                                        "Write the debug traces of every part of the program "
+                                        "(velutra.*) to the daily log file. QT_LOGGING_RULES "
+                                        "chooses finer, e.g. \"velutra.serial.debug=true\".")));
 }
 
 bool needsWindow(int argc, char **argv)

@@ -6,11 +6,12 @@
 class QCommandLineParser;
 class QCoreApplication;
 
-// The program's command line: --help, --version, --list-ports, --connect PORT.
+// The program's command line: --help, --version, --list-ports, --connect PORT, --verbose.
 namespace CommandLine {
 
 inline constexpr char ConnectOption[] = "connect";
 inline constexpr char ListPortsOption[] = "list-ports";
+inline constexpr char VerboseOption[] = "verbose";
 
 void configure(QCommandLineParser &parser);
 

@@ -2,11 +2,13 @@
 
 #include "consoleappender.h"
 #include "fileappender.h"
+#include "logcategory.h"
 #include "logger.h"
 
 #include <QDate>
 #include <QDir>
 #include <QFileInfo>
+#include <QLoggingCategory>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -48,18 +50,20 @@ void pruneLogFiles(const QString &folder)
     while (files.size() > KeptFiles) {
         const QFileInfo oldest = files.takeFirst();
         if (!QFile::remove(oldest.absoluteFilePath())) {
-            qWarning("Cannot delete the old log file %s",
-                     qUtf8Printable(oldest.absoluteFilePath()));
+            qCWarning(lcLog, "Cannot delete the old log file %s",
+                      qUtf8Printable(oldest.absoluteFilePath()));
         }
     }
 }
 
-AbstractAppender *startLogging(const QString &folder)
+AbstractAppender *startLogging(const QString &folder, qint64 maximumBytes)
 {
     const QString path = logFilePath(folder);
     AbstractAppender *appender = nullptr;
     if (!path.isEmpty()) {
-        appender = new FileAppender(path);
+        auto *fileAppender = new FileAppender(path);
+        fileAppender->setMaximumBytes(maximumBytes);
+        appender = fileAppender;
     } else {
         appender = new ConsoleAppender;
     }
@@ -73,6 +77,16 @@ AbstractAppender *startLogging(const QString &folder)
     }
     pruneLogFiles(path.isEmpty() ? QString() : folder);
     return appender;
+}
+
+void setTracesEnabled(bool enabled)
+{
+    // Rules set here rank below QT_LOGGING_RULES and the configuration files Qt reads,
+    // so an operator's own rules always win. The categories declare debug off
+    // themselves; "default" covers any trace still written without a category.
+    QLoggingCategory::setFilterRules(enabled ? QStringLiteral("velutra.*.debug=true\n"
+                                                              "default.debug=true")
+                                             : QStringLiteral("default.debug=false"));
 }
 
 } // namespace LogFiles

@@ -32,6 +32,7 @@ int main(int argc, char *argv[])
     CommandLine::configure(parser);
     parser.process(*application);
 
+    LogFiles::setTracesEnabled(parser.isSet(QString::fromLatin1(CommandLine::VerboseOption)));
     LogFiles::startLogging();
 
     auto *window = new MainWindow;

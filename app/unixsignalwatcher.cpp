@@ -1,5 +1,7 @@
 #include "unixsignalwatcher.h"
 
+#include "velutraappcategory.h"
+
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -25,7 +27,8 @@ UnixSignalWatcher::UnixSignalWatcher(QObject *parent)
     : QObject(parent)
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, s_signalSockets) != 0) {
-        qWarning("Cannot watch for termination signals; Ctrl+C will end the program abruptly.");
+        qCWarning(lcApp,
+                  "Cannot watch for termination signals; Ctrl+C will end the program abruptly.");
         return;
     }
     ::fcntl(s_signalSockets[0], F_SETFL, O_NONBLOCK);

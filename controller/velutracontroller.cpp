@@ -5,6 +5,7 @@
 #include "guiwidget.h"
 #include "maincontrolpanel.h"
 #include "velutracommands.h"
+#include "velutracontrollercategory.h"
 #include "velutrafirmwareids.h"
 #include "velutramodulecolumns.h"
 #include "velutraremotecontrol.h"
@@ -23,6 +24,12 @@
 namespace {
 
 constexpr int MainLoopIntervalMs = 10;
+// Device lines in the operator's log: an episode of lines the decoder cannot place shows its
+// first ten, then one count when ten seconds passed without another (and every five minutes
+// while it lasts); a line longer than this is shown clipped, with its length.
+constexpr int DeviceLinesShownPerEpisode = 10;
+constexpr int DeviceLineEpisodeQuietMs = 10 * 1000;
+constexpr int LoggedLineCharacters = 200;
 
 // The panel's division control spans every factor the device accepts.
 constexpr double DivisionMinimum = 1.0;
@@ -174,11 +181,33 @@ VelutraController::VelutraController(QWidget *mainWindow, MainControlPanel *pane
 
 VelutraController::~VelutraController()
 {
+    m_unhandledLineEpisode.end();
+    m_parsingErrorEpisode.end();
     saveSettings();
     // A widget the panel took belongs to the panel; one that never reached a panel is ours.
     if (m_panelWidget && !m_panelWidget->parent()) {
         delete m_panelWidget.data();
     }
+}
+
+LogEpisode VelutraController::deviceLineEpisode(const QString &subject)
+{
+    LogEpisode episode(writeLog);
+    episode.setSubject(subject);
+    episode.setVerbatimCount(DeviceLinesShownPerEpisode);
+    episode.setQuietMs(DeviceLineEpisodeQuietMs);
+    return episode;
+}
+
+QString VelutraController::clippedLine(const QByteArray &line)
+{
+    // A line cut from an endless stream is 64 KiB; the log page would choke on a few.
+    if (line.size() <= LoggedLineCharacters) {
+        return QString::fromLatin1(line);
+    }
+    return tr("%1… (%2 bytes)")
+            .arg(QString::fromLatin1(line.left(LoggedLineCharacters)))
+            .arg(line.size());
 }
 
 VelutraResponseDecoder *VelutraController::decoder() const
@@ -231,8 +260,8 @@ void VelutraController::wireDecoder()
         }
         const QByteArray slot = "slot" + signal.methodSignature().mid(int(std::strlen("sig")));
         if (!connectBySignature(m_decoder, signal, this, slot)) {
-            qWarning("VelutraController: no slot %s for the decoder's %s", slot.constData(),
-                     signal.methodSignature().constData());
+            qCWarning(lcController, "VelutraController: no slot %s for the decoder's %s",
+                      slot.constData(), signal.methodSignature().constData());
         }
     }
 }
@@ -267,8 +296,8 @@ void VelutraController::wireHandler()
     };
     for (const auto &connection : connections) {
         if (!connect(connection.sender, connection.signal, connection.receiver, connection.slot)) {
-            qWarning("VelutraController: could not connect %s to %s", connection.signal + 1,
-                     connection.slot + 1);
+            qCWarning(lcController, "VelutraController: could not connect %s to %s",
+                      connection.signal + 1, connection.slot + 1);
         }
     }
 }
@@ -313,8 +342,8 @@ void VelutraController::wirePanel()
             continue;
         }
         if (!connectBySignature(this, signal, m_view, signal.methodSignature())) {
-            qWarning("VelutraController: the view has no slot %s",
-                     signal.methodSignature().constData());
+            qCWarning(lcController, "VelutraController: the view has no slot %s",
+                      signal.methodSignature().constData());
         }
     }
     for (const RoutedSignal &routed : RoutedSignals) {
@@ -330,8 +359,8 @@ void VelutraController::wirePanel()
         if (receiver
             && !connectBySignature(this, signalOf(this, routed.controllerSignal), receiver,
                                    routed.receiverSlot)) {
-            qWarning("VelutraController: %s has no slot %s", receiver->metaObject()->className(),
-                     routed.receiverSlot);
+            qCWarning(lcController, "VelutraController: %s has no slot %s",
+                      receiver->metaObject()->className(), routed.receiverSlot);
         }
     }
 
@@ -349,15 +378,16 @@ void VelutraController::wirePanel()
             }
         }
         if (!connectBySignature(m_view, signal, this, slot)) {
-            qWarning("VelutraController: no slot %s for the view's %s", slot.constData(),
-                     signal.methodSignature().constData());
+            qCWarning(lcController, "VelutraController: no slot %s for the view's %s",
+                      slot.constData(), signal.methodSignature().constData());
         }
     }
 
     for (const RenamedViewSignal &button : RemoteButtons) {
         if (!connectBySignature(m_remoteControl, signalOf(m_remoteControl, button.viewSignal), this,
                                 button.controllerSlot)) {
-            qWarning("VelutraController: the remote control's %s is not wired", button.viewSignal);
+            qCWarning(lcController, "VelutraController: the remote control's %s is not wired",
+                      button.viewSignal);
         }
     }
 }
@@ -371,6 +401,8 @@ void VelutraController::slotConnectedStatus(bool connected)
 
 void VelutraController::slotMainLoop()
 {
+    m_unhandledLineEpisode.poll();
+    m_parsingErrorEpisode.poll();
     switch (m_mainLoopState) {
     case 0:
         buildPanel();
@@ -668,12 +700,12 @@ void VelutraController::appendDelayed_digiop_Command()
 
 void VelutraController::slotUnhandledLineData(const QByteArray &line)
 {
-    writeLog(tr("Velutra message: %1").arg(QString::fromLatin1(line)));
+    m_unhandledLineEpisode.record(tr("Velutra message: %1").arg(clippedLine(line)));
 }
 
 void VelutraController::slotParsingError(const QByteArray &line)
 {
-    writeLog(tr("Parsing error: %1").arg(QString::fromLatin1(line)));
+    m_parsingErrorEpisode.record(tr("Parsing error: %1").arg(clippedLine(line)));
 }
 
 void VelutraController::slotDebuggingStatusChanged(bool value)
@@ -746,7 +778,7 @@ void VelutraController::sendSetCommand(const QString &command, const char *stale
     if (staleGroup) {
         const QByteArray slot = QByteArray("markStale_") + staleGroup;
         if (!QMetaObject::invokeMethod(m_decoder, slot.constData(), Qt::DirectConnection)) {
-            qWarning("VelutraController: the decoder has no %s()", slot.constData());
+            qCWarning(lcController, "VelutraController: the decoder has no %s()", slot.constData());
         }
     }
     emit sigAppendSettingsCommand(command);

@@ -1,6 +1,7 @@
 #ifndef VELUTRACONTROLLER_H
 #define VELUTRACONTROLLER_H
 
+#include "logepisode.h"
 #include "velutrasystemstate.h"
 
 #include <QByteArray>
@@ -401,6 +402,8 @@ signals:
 
 private:
     // ---- Shared state (velutracontroller.cpp) -----------------------------------------------
+    static LogEpisode deviceLineEpisode(const QString &subject);
+    static QString clippedLine(const QByteArray &line);
     void wireDecoder();
     void wireHandler();
     void buildPanel();
@@ -435,6 +438,10 @@ private:
     QString m_applicationName;
     int m_aomOperatingMode = 0;
     int m_mainLoopState = 0;
+    // A device that babbles must not fill the operator's log: lines it sends that the decoder
+    // cannot place are shown for the first few of an episode and counted after that.
+    LogEpisode m_unhandledLineEpisode = deviceLineEpisode(tr("Velutra message: …"));
+    LogEpisode m_parsingErrorEpisode = deviceLineEpisode(tr("Parsing error: …"));
     int m_statusByte = 0;
     int m_systemState = 0;
     // Module column installed last (-1 none), so that a firmware-id check can show it again.

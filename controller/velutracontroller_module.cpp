@@ -1,6 +1,7 @@
 #include "velutracontroller.h"
 
 #include "velutracommands.h"
+#include "velutracontrollercategory.h"
 #include "velutraresponsedecoder.h"
 
 #include <QDebug>
@@ -66,8 +67,8 @@ void VelutraController::slotiWavelenghtVTXChanged(int value)
     // An entry the program does not know is still shown: the device is right about itself,
     // and the trace tells a developer that the selector needs another entry.
     if (value < 0 || value >= s_laserWavelengthCount) {
-        qDebug() << "VelutraController::slotiWavelenghtVTXChanged"
-                 << "Wavelength unknown:" << value;
+        qCDebug(lcController) << "VelutraController::slotiWavelenghtVTXChanged"
+                              << "Wavelength unknown:" << value;
     }
     emit setWavelengthSelector(value);
 }

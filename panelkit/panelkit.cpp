@@ -7,7 +7,7 @@
 #include <QGuiApplication>
 #include <QStyle>
 
-Q_LOGGING_CATEGORY(lcPanelKit, "velutra.panelkit")
+Q_LOGGING_CATEGORY(lcPanelKit, "velutra.panelkit", QtInfoMsg)
 
 namespace PanelKit {
 

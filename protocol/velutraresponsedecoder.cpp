@@ -1,6 +1,7 @@
 #include "velutraresponsedecoder.h"
 
 #include "velutralinepattern.h"
+#include "velutraprotocolcategory.h"
 
 #include <QVector>
 
@@ -1213,14 +1214,18 @@ void VelutraResponseDecoder::slotLineReceived(const QByteArray &received)
             continue;
         }
         if (rule.pattern != nullptr && !patternMatched && !v.pattern(i).matchesAtStart(line)) {
+            qCDebug(lcProtocol) << "Parsing error:" << received;
             emit sigParsingError(received);
             return;
         }
         if (rule.handler(*this, line, i) == Outcome::ParsingError) {
+            qCDebug(lcProtocol) << "Parsing error:" << received;
             emit sigParsingError(received);
         }
         return;
     }
+    // Every such line, also those the operator's log leaves out.
+    qCDebug(lcProtocol) << "Unhandled line:" << received;
     emit sigUnhandledLineData(received);
 }
 

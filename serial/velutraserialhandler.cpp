@@ -1,5 +1,8 @@
 #include "velutraserialhandler.h"
 
+#include "velutraserialcategory.h"
+
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
 #include <QLoggingCategory>
@@ -8,8 +11,6 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
-
-Q_LOGGING_CATEGORY(lcSerialHandler, "velutra.serial.handler")
 
 namespace {
 
@@ -34,6 +35,11 @@ static constexpr int ReadErrorStormLimit = 20;
 // Settings commands waiting to be written. A controller that queues faster than the link
 // writes (a slider dragged on a dead line) must not grow the queue without end.
 static constexpr int SettingsQueueLimit = 256;
+// A port error, a cut line or a failed open repeats for as long as its cause lasts
+// (a reconnection attempt every few seconds, a read error every tick): the first is
+// reported, the rest are counted and reported once when the episode ends, that is
+// when the cause has been gone this long (or at once, when the line or port recovers).
+static constexpr qint64 FaultQuietMs = 10 * 1000;
 
 static constexpr char IdentifyCommand[] = "ly_system_info\n";
 static constexpr char StatusCommand[] = "ly_vtx2_dev_status?\n";
@@ -95,7 +101,59 @@ static constexpr char UnidentifiedErrorText[]
 
 VelutraSerialHandler::VelutraSerialHandler(QObject *parent)
     : QObject(parent)
+    , m_lineCutEpisode(faultEpisode(LogEpisode::Never))
+    , m_openFailureEpisode(faultEpisode(FaultQuietMs))
 { }
+
+LogEpisode VelutraSerialHandler::faultEpisode(qint64 quietMs)
+{
+    LogEpisode episode([this](const QString &line) { emit sigStatusMessage(line); });
+    episode.setVerbatimCount(1);
+    episode.setQuietMs(quietMs);
+    return episode;
+}
+
+void VelutraSerialHandler::pollFaultEpisodes()
+{
+    m_lineCutEpisode.poll();
+    m_openFailureEpisode.poll();
+    for (auto &entry : m_portErrorEpisodes) {
+        entry.second.poll();
+    }
+}
+
+void VelutraSerialHandler::endPortEpisodes()
+{
+    m_lineCutEpisode.end();
+    for (auto &entry : m_portErrorEpisodes) {
+        entry.second.end();
+    }
+    if (m_unansweredCount > 0) {
+        emit sigStatusMessage(tr("Communication port %1: %2 command(s) went unanswered.")
+                                      .arg(m_openPortName)
+                                      .arg(m_unansweredCount));
+        m_unansweredCount = 0;
+    }
+}
+
+const char *VelutraSerialHandler::stateTrace(int state)
+{
+    struct StateTraceEntry
+    {
+        int state;
+        const char *text;
+    };
+    static constexpr StateTraceEntry Traces[] = {
+            {StateSendConnect, "stSendConnectCmd"},
+            {StateWaitReady, "stWaitReadyCmd"},
+    };
+    for (const StateTraceEntry &entry : Traces) {
+        if (entry.state == state) {
+            return entry.text;
+        }
+    }
+    return nullptr;
+}
 
 VelutraSerialHandler::~VelutraSerialHandler()
 {
@@ -185,13 +243,30 @@ void VelutraSerialHandler::dropOldestSettingsCommand()
         }
     }
     const QString dropped = m_settingsQueue.takeAt(victim);
-    // One report per episode: a flood would otherwise bury the log.
+    // One report per episode: a flood would otherwise bury the log. The count
+    // follows when the queue has emptied.
     if (!m_settingsQueueOverflowing) {
         m_settingsQueueOverflowing = true;
+        m_settingsDropped = 0;
         emit sigStatusMessage(tr("Settings queue full (%1): dropped %2")
                                       .arg(SettingsQueueLimit)
                                       .arg(dropped.trimmed()));
+    } else {
+        ++m_settingsDropped;
     }
+}
+
+void VelutraSerialHandler::endSettingsOverflow()
+{
+    if (!m_settingsQueueOverflowing) {
+        return;
+    }
+    m_settingsQueueOverflowing = false;
+    if (m_settingsDropped > 0) {
+        emit sigStatusMessage(tr("Settings queue: %1 more command(s) dropped while it was full.")
+                                      .arg(m_settingsDropped));
+    }
+    m_settingsDropped = 0;
 }
 
 void VelutraSerialHandler::discardSettingsOnLinkLoss()
@@ -206,7 +281,7 @@ void VelutraSerialHandler::discardSettingsOnLinkLoss()
                           m_settingsQueue.end());
     const int discarded = before - m_settingsQueue.size();
     if (m_settingsQueue.isEmpty()) {
-        m_settingsQueueOverflowing = false;
+        endSettingsOverflow();
     }
     if (discarded > 0) {
         emit sigStatusMessage(tr("%1 queued command(s) discarded: link lost").arg(discarded));
@@ -227,12 +302,21 @@ void VelutraSerialHandler::slotMainLoop()
 {
     // A read-error storm is only recognised inside one tick.
     m_readErrorsThisTick = 0;
+    pollFaultEpisodes();
 
     // The very first tick always initialises, so that the timers exist before
     // anything can use them, even if a close request came in before it.
     if (m_closeRequested && m_mainState != StateInitialise) {
         closeIfRequested();
     } else {
+        // A state may last many ticks (a silent device keeps the handshake in one for
+        // good): its trace is written once, on entering it.
+        if (m_mainState != m_tracedState) {
+            m_tracedState = m_mainState;
+            if (const char *trace = stateTrace(m_mainState)) {
+                qCDebug(lcSerial, "%s", trace);
+            }
+        }
         switch (m_mainState) {
         case StateInitialise:
             initialise();
@@ -311,8 +395,15 @@ void VelutraSerialHandler::openRequestedPort()
 
     m_port = new QSerialPort(m_portName, this);
     if (!m_port->open(QIODevice::ReadWrite)) {
-        emit sigStatusMessage(tr("Communication port %1 open failed. Reason: %2")
-                                      .arg(m_portName, m_port->errorString()));
+        // Repeated tries on a port that is away (a reconnection every few seconds)
+        // are one episode; another port or another reason starts a new one.
+        const QString failure = tr("Communication port %1 open failed. Reason: %2")
+                                        .arg(m_portName, m_port->errorString());
+        if (failure != m_openFailure) {
+            m_openFailureEpisode.end();
+            m_openFailure = failure;
+        }
+        m_openFailureEpisode.record(failure);
         m_port->deleteLater();
         m_port = nullptr;
         return;
@@ -330,7 +421,7 @@ void VelutraSerialHandler::openRequestedPort()
     const bool dataTerminalReady = m_port->setDataTerminalReady(true);
     const bool requestToSend = m_port->setRequestToSend(true);
     if (!dataTerminalReady || !requestToSend) {
-        qCInfo(lcSerialHandler).noquote()
+        qCInfo(lcSerial).noquote()
                 << QStringLiteral("Port %1 does not support DTR/RTS (%2); continuing without them.")
                            .arg(m_portName, m_port->errorString());
     }
@@ -339,9 +430,10 @@ void VelutraSerialHandler::openRequestedPort()
     connect(m_port, &QSerialPort::readyRead, this, &VelutraSerialHandler::slotReadyRead);
     connect(m_port, &QSerialPort::errorOccurred, this, &VelutraSerialHandler::slotErrorOccurred);
 
+    m_openFailureEpisode.end();
+    m_openFailure.clear();
     m_openPortName = m_portName;
     m_portGone = false;
-    m_lineCutReported = false;
     emit sigCommunicationOpened(m_openPortName);
     emit sigStatusMessage(tr("Communication port %1 successfully opened.").arg(m_openPortName));
 
@@ -357,7 +449,6 @@ void VelutraSerialHandler::openRequestedPort()
 
 void VelutraSerialHandler::sendConnectCommand()
 {
-    qDebug("stSendConnectCmd");
     if (m_identified) {
         m_mainState = StateWaitReady;
     } else if (isFreeToSend()) {
@@ -368,7 +459,6 @@ void VelutraSerialHandler::sendConnectCommand()
 
 void VelutraSerialHandler::waitForReady()
 {
-    qDebug("stWaitReadyCmd");
     if (!m_identified) {
         m_mainState = StateSettle;
         return;
@@ -401,7 +491,7 @@ void VelutraSerialHandler::runScheduler()
     if (!m_settingsQueue.isEmpty() && m_monitorCycleComplete) {
         sendCommand(m_settingsQueue.takeFirst());
         if (m_settingsQueue.isEmpty()) {
-            m_settingsQueueOverflowing = false;
+            endSettingsOverflow();
         }
         return;
     }
@@ -454,6 +544,7 @@ void VelutraSerialHandler::closePort()
         return;
     }
     const QString name = m_openPortName;
+    endPortEpisodes();
     m_port->disconnect();
     if (m_port->isOpen()) {
         m_port->close();
@@ -539,7 +630,8 @@ void VelutraSerialHandler::frameByte(char byte)
         if (m_receiveBuffer.size() < 2) {
             m_receiveBuffer.clear();
         } else {
-            m_lineCutReported = false;
+            // A whole line again: the run of cut lines is over.
+            m_lineCutEpisode.end();
             deliverLine(QLatin1Char(':'));
         }
     } else if (byte == '>' && m_receiveBuffer.size() == 1) {
@@ -547,14 +639,11 @@ void VelutraSerialHandler::frameByte(char byte)
         m_receiveBuffer.clear();
     } else if (m_receiveBuffer.size() >= MaxLineBytes) {
         // Report a run of cut lines once, not every 64 KiB.
-        if (!m_lineCutReported) {
-            m_lineCutReported = true;
-            emit sigStatusMessage(
-                    tr("Communication port %1: %2 bytes received without a line end; the line was "
-                       "cut.")
-                            .arg(m_openPortName)
-                            .arg(MaxLineBytes));
-        }
+        m_lineCutEpisode.record(
+                tr("Communication port %1: %2 bytes received without a line end; the line was "
+                   "cut.")
+                        .arg(m_openPortName)
+                        .arg(MaxLineBytes));
         deliverLine(QLatin1Char('_'));
     }
 }
@@ -586,6 +675,14 @@ void VelutraSerialHandler::checkEcho(const QByteArray &line)
         m_commandTimer->stop();
         m_quietClock.restart();
         m_pendingCommand.clear();
+        if (m_unansweredCount > 0) {
+            emit sigStatusMessage(
+                    tr("Communication port %1: the device answers again (%2 command(s) went "
+                       "unanswered).")
+                            .arg(m_openPortName)
+                            .arg(m_unansweredCount));
+            m_unansweredCount = 0;
+        }
         m_identificationRequested = !m_identified && line.startsWith(IdentifyEchoPrefix);
         if (m_ready) {
             m_statusRequested = false;
@@ -635,6 +732,13 @@ void VelutraSerialHandler::slotCommandTimeout()
         return;
     }
     if (m_resendsLeft < 1) {
+        // A silent device loses the link every four seconds for as long as it stays
+        // silent: said once, counted until it answers again.
+        if (m_unansweredCount == 0) {
+            emit sigStatusMessage(
+                    tr("Communication port %1: no answer from the device.").arg(m_openPortName));
+        }
+        ++m_unansweredCount;
         m_pendingCommand.clear();
         m_identified = false;
         m_ready = false;
@@ -665,10 +769,17 @@ void VelutraSerialHandler::slotErrorOccurred(QSerialPort::SerialPortError error)
         }
     }
 
-    emit sigStatusMessage(errorText(error));
     if (error == QSerialPort::ResourceError) {
+        // The end of the port, not a fault that repeats.
+        emit sigStatusMessage(errorText(error));
         treatPortAsGone();
+        return;
     }
+    auto episode = m_portErrorEpisodes.find(error);
+    if (episode == m_portErrorEpisodes.end()) {
+        episode = m_portErrorEpisodes.emplace(error, faultEpisode(FaultQuietMs)).first;
+    }
+    episode->second.record(errorText(error));
 }
 
 void VelutraSerialHandler::treatPortAsGone()

@@ -1,6 +1,8 @@
 #ifndef VELUTRASERIALHANDLER_H
 #define VELUTRASERIALHANDLER_H
 
+#include "logepisode.h"
+
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
@@ -8,6 +10,8 @@
 #include <QSerialPort>
 #include <QString>
 #include <QStringList>
+
+#include <map>
 
 class QTimer;
 
@@ -46,7 +50,8 @@ public slots:
 signals:
     // A complete line, echoes included, its CR or LF terminator still attached.
     void sigLineReceived(const QByteArray &line);
-    // Open, close and port error reports for the application log.
+    // Open, close and port error reports for the application log. A fault that
+    // repeats is reported when it begins and once more, with a count, when it ends.
     void sigStatusMessage(const QString &message);
     // false at start-up and when a command went unanswered twice; true once the
     // handshake has found the device ready.
@@ -88,6 +93,11 @@ private:
     void dropOldestSettingsCommand();
     void discardSettingsOnLinkLoss();
     static bool isQuery(const QString &command);
+    void endSettingsOverflow();
+    LogEpisode faultEpisode(qint64 quietMs);
+    void pollFaultEpisodes();
+    void endPortEpisodes();
+    static const char *stateTrace(int state);
 
     bool isFreeToSend() const;
     qint64 quietElapsed() const;
@@ -128,6 +138,7 @@ private:
     QStringList m_settingsQueue;
     // Set by the first drop from a full queue, cleared once the queue has emptied.
     bool m_settingsQueueOverflowing = false;
+    int m_settingsDropped = 0;
 
     // Drives slotMainLoop(): a single shot re-armed at the end of every tick.
     QTimer *m_tickTimer = nullptr;
@@ -135,7 +146,15 @@ private:
     QString m_openPortName;
     bool m_portGone = false;
     int m_readErrorsThisTick = 0;
-    bool m_lineCutReported = false;
+
+    // What the log has been told, so that a fault that lasts is told once.
+    int m_tracedState = -1;
+    LogEpisode m_lineCutEpisode;
+    LogEpisode m_openFailureEpisode;
+    QString m_openFailure;
+    std::map<QSerialPort::SerialPortError, LogEpisode> m_portErrorEpisodes;
+    // Link losses (a command unanswered twice) since the device last answered.
+    int m_unansweredCount = 0;
 };
 
 #endif // VELUTRASERIALHANDLER_H

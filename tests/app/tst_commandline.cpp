@@ -50,6 +50,8 @@ private slots:
         QVERIFY(text.contains("--list-ports"));
         QVERIFY(text.contains("--connect <port>"));
         QVERIFY(text.contains("--version"));
+        QVERIFY(text.contains("--verbose"));
+        QVERIFY(text.contains("QT_LOGGING_RULES"));
     }
 
     void listPortsPrintsAnnouncedPorts()

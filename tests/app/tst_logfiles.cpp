@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -30,6 +31,9 @@ QString folderBehindAFile(const QTemporaryDir &dir)
     file.open(QIODevice::WriteOnly);
     return blocker + QStringLiteral("/logs");
 }
+
+// A category declared like the program's own: debug off unless switched on.
+Q_LOGGING_CATEGORY(lcTracesUnderTest, "velutra.undertest", QtInfoMsg)
 
 } // namespace
 
@@ -142,6 +146,51 @@ private slots:
         QVERIFY(dynamic_cast<ConsoleAppender *>(appender));
         QVERIFY(QFileInfo(QFileInfo(folder).path()).isFile());
         QVERIFY(!QFileInfo::exists(folder));
+    }
+
+    void todaysFileIsBoundBySize()
+    {
+        QTemporaryDir dir;
+        AbstractAppender *appender = LogFiles::startLogging(dir.path(), 8 * 1024);
+        auto *file = dynamic_cast<FileAppender *>(appender);
+        QVERIFY(file);
+        QCOMPARE(file->maximumBytes(), qint64(8 * 1024));
+        for (int i = 0; i < 1000; ++i) {
+            qInfo("line %04d of a program that talks a lot", i);
+        }
+        QFile today(LogFiles::logFilePath(dir.path()));
+        QVERIFY(today.size() <= 8 * 1024);
+        QVERIFY(today.open(QIODevice::ReadOnly));
+        const QByteArray text = today.readAll();
+        QVERIFY(text.endsWith("line 0999 of a program that talks a lot\n"));
+        QVERIFY(!text.contains("line 0000 "));
+    }
+
+    void defaultBoundIsTwentyMegabytes()
+    {
+        QTemporaryDir dir;
+        auto *file = dynamic_cast<FileAppender *>(LogFiles::startLogging(dir.path()));
+        QVERIFY(file);
+        QCOMPARE(file->maximumBytes(), qint64(20 * 1024 * 1024));
+    }
+
+    void tracesFollowTheSwitch_data()
+    {
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("off") << false;
+        QTest::newRow("on") << true;
+    }
+
+    void tracesFollowTheSwitch()
+    {
+        QFETCH(bool, enabled);
+        LogFiles::setTracesEnabled(enabled);
+        QCOMPARE(lcTracesUnderTest().isDebugEnabled(), enabled);
+        QCOMPARE(QLoggingCategory::defaultCategory()->isDebugEnabled(), enabled);
+        // Warnings and information are never switched off.
+        QVERIFY(lcTracesUnderTest().isInfoEnabled());
+        QVERIFY(lcTracesUnderTest().isWarningEnabled());
+        LogFiles::setTracesEnabled(false);
     }
 };
 

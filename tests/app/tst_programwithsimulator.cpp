@@ -74,7 +74,8 @@ private slots:
         QProcess program;
         program.setProcessEnvironment(environment());
         program.setProcessChannelMode(QProcess::MergedChannels);
-        program.start(QStringLiteral(VELUTRA_XP_BINARY), {QStringLiteral("--connect"), m_port});
+        program.start(QStringLiteral(VELUTRA_XP_BINARY),
+                      {QStringLiteral("--verbose"), QStringLiteral("--connect"), m_port});
         QVERIFY(program.waitForStarted(10000));
 
         // The real handshake, after the two quiet seconds: identification, then the ready query.
@@ -96,7 +97,7 @@ private slots:
         QVERIFY(text.contains(QStringLiteral("Signal 15 received: closing.")));
         QVERIFY(text.contains(QStringLiteral("***** Application shutdown")));
 
-        // The daily developer log has the start-up line and the handshake traces.
+        // The daily developer log has the start-up line and, asked for, the handshake traces.
         const QStringList daily = QDir(m_home.filePath(QStringLiteral("data/Zelmar/VELUTRA-XP")))
                                           .entryList({QStringLiteral("applog_*.log")}, QDir::Files);
         QCOMPARE(daily.size(), 1);

@@ -918,6 +918,10 @@ void TestControllerCore::logLines_data()
             << false << QByteArray() << QStringLiteral("Velutra message: ");
     QTest::newRow("parsing error")
             << true << QByteArray("s7 x y") << QStringLiteral("Parsing error: s7 x y");
+    // A line cut from an endless stream would choke the log page: its start and its length.
+    QTest::newRow("unhandled 64 KiB") << false << QByteArray(65536, 'x')
+                                      << QStringLiteral("Velutra message: %1… (65536 bytes)")
+                                                 .arg(QString(200, QLatin1Char('x')));
 }
 
 void TestControllerCore::logLines()
