@@ -6,6 +6,7 @@
 #include "centertabwidget.h"
 #include "maincontrolpanel.h"
 #include "optionsdialog.h"
+#include "portreconnector.h"
 #include "reconnectoption.h"
 #include "reconnecttesthome.h"
 #include "serialmonitor.h"
@@ -79,6 +80,24 @@ private slots:
         ++m_round;
     }
 
+    void shortNames_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("shortName");
+        QTest::newRow("system port") << QStringLiteral("/dev/ttyUSB0") << QStringLiteral("ttyUSB0");
+        QTest::newRow("as listed") << QStringLiteral("ttyUSB1") << QStringLiteral("ttyUSB1");
+        QTest::newRow("pseudo-terminal") << QStringLiteral("/dev/pts/3") << QStringLiteral("pts/3");
+        QTest::newRow("link elsewhere")
+                << QStringLiteral("/tmp/lab/ttyUSB0") << QStringLiteral("ttyUSB0");
+    }
+
+    void shortNames()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, shortName);
+        QCOMPARE(PortReconnector::shortName(name), shortName);
+    }
+
     void usbAdapterComesBackUnderAnotherName()
     {
         const QString usb0 = path("ttyUSB0");
@@ -105,6 +124,10 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(window.isReconnecting(), 5000);
         QCOMPARE(window.statusBar()->currentMessage(), QStringLiteral("Reconnecting to ttyUSB0…"));
         QVERIFY(logSince(mark).contains(QStringLiteral("Reconnecting to ttyUSB0…")));
+        // The menu offers to stop the search, or to open another port instead.
+        QVERIFY(connectMenuAction(window, QStringLiteral("Close ") + usb0));
+        QVERIFY(connectMenuAction(window, QStringLiteral("Open ") + path("ttyUSB2")));
+        QVERIFY(!connectMenuAction(window, QStringLiteral("Open ") + usb0));
 
         const QString usb1 = path("ttyUSB1");
         QCOMPARE(adapter.control("replug " + usb1.toLocal8Bit()), "ok " + usb1.toLocal8Bit());
