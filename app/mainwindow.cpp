@@ -448,6 +448,10 @@ void MainWindow::onReconnectOpenRequested(const QString &name)
     if (!m_portName.isEmpty()) {
         return;
     }
+    // A close first, though nothing is open: the handler then drops every setting still
+    // queued (the old controller may have queued one after the loss), so the reconnected
+    // laser is only read, never set, by what was asked of the lost connection.
+    emit sigCloseCommunication();
     requestOpen(name);
 }
 
