@@ -8,6 +8,8 @@
 #include "maincontrolpanel.h"
 #include "optionsdialog.h"
 #include "panelkit.h"
+#include "portreconnector.h"
+#include "reconnectoption.h"
 #include "serialmonitor.h"
 #include "serialportlist.h"
 #include "velutracontroller.h"
@@ -86,6 +88,18 @@ MainWindow::MainWindow(QWidget *parent)
             SLOT(onPortsOpened(QString)));
     connect(m_serialHandler, SIGNAL(sigCommunicationClosed(QString)), this,
             SLOT(onPortsClosed(QString)));
+    connect(m_serialHandler, &VelutraSerialHandler::sigCommunicationLost, this,
+            &MainWindow::onPortLost);
+    connect(m_serialHandler, &VelutraSerialHandler::sigConnectedStatus, this,
+            &MainWindow::onConnectedStatus);
+
+    m_reconnector = new PortReconnector(this);
+    connect(m_reconnector, &PortReconnector::openRequested, this,
+            &MainWindow::onReconnectOpenRequested);
+    m_linkRecoveryTimer = new QTimer(this);
+    m_linkRecoveryTimer->setSingleShot(true);
+    m_linkRecoveryTimer->setInterval(LinkRecoveryMs);
+    connect(m_linkRecoveryTimer, &QTimer::timeout, this, &MainWindow::onLinkRecoveryTimeout);
     m_serialThread->start(QThread::InheritPriority);
 
     setCentralWidget(new CenterTabWidget(this));
@@ -123,9 +137,18 @@ QString MainWindow::openPortName() const
     return m_portName;
 }
 
+bool MainWindow::isReconnecting() const
+{
+    return m_reconnector->isActive();
+}
+
 void MainWindow::connectToPort(const QString &name)
 {
     if (name.isEmpty()) {
+        return;
+    }
+    if (isReconnecting() && name == m_reconnector->portName()) {
+        slotWriteLogLine(tr("Port %1 is already being reconnected.").arg(name));
         return;
     }
     if (!m_portName.isEmpty()) {
@@ -224,7 +247,29 @@ void MainWindow::updateConnectMenu()
         m_signalMapper->removeMappings(action);
     }
     m_connectMenu->clear();
-    if (m_portName.isEmpty()) {
+    if (isReconnecting()) {
+        // Disconnect stops the search; another port may be chosen instead.
+        m_connectMenu->setTitle(tr("&Disconnect"));
+        const QString lost = m_reconnector->portName();
+        QAction *action = m_connectMenu->addAction(tr("Close ") + lost);
+        connect(action, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
+        m_signalMapper->setMapping(action, lost);
+        const QStringList names = SerialportList::GetPipeNames();
+        for (const QString &name : names) {
+            if (name == lost) {
+                continue;
+            }
+            if (m_connectMenu->actions().size() == 1) {
+                m_connectMenu->addSeparator();
+            }
+            QAction *open = m_connectMenu->addAction(tr("Open ") + name);
+            open->setToolTip(SerialportList::GetExtendedPipeName(name));
+            open->setStatusTip(open->toolTip());
+            connect(open, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
+            m_signalMapper->setMapping(open, name);
+        }
+        m_connectMenu->setToolTipsVisible(true);
+    } else if (m_portName.isEmpty()) {
         m_connectMenu->setTitle(tr("&Connect"));
         const QStringList names = SerialportList::GetPipeNames();
         for (const QString &name : names) {
@@ -261,17 +306,57 @@ void MainWindow::updateWindowMenu()
 
 void MainWindow::connectMenuHandler(QString name)
 {
+    if (isReconnecting()) {
+        const bool disconnect = name == m_reconnector->portName();
+        slotWriteLogLine(tr("Reconnecting to %1 stopped.")
+                                 .arg(PortReconnector::shortName(m_reconnector->portName())));
+        stopReconnecting();
+        removeAllSystemWidgets();
+        updateConnectMenu();
+        if (disconnect) {
+            return;
+        }
+    }
     if (m_portName.isEmpty()) {
-        emit sigOpenCommunication(name);
+        requestOpen(name);
     } else {
         emit sigCloseCommunication();
     }
 }
 
+void MainWindow::requestOpen(const QString &name)
+{
+    m_openCalledOff = false;
+    emit sigOpenCommunication(name);
+}
+
 void MainWindow::onPortsOpened(QString name)
 {
+    if (m_openCalledOff) {
+        // The close that called it off is queued behind it in the handler.
+        return;
+    }
+    const bool reconnected = isReconnecting();
+    if (reconnected) {
+        const QString lost = m_reconnector->portName();
+        m_reconnector->stop();
+        statusBar()->clearMessage();
+        if (name != lost) {
+            slotWriteLogLine(tr("%1 is back as %2.")
+                                     .arg(PortReconnector::shortName(lost),
+                                          PortReconnector::shortName(name)));
+        }
+    }
     m_portName = name;
+    m_linkUp = false;
+    m_reconnector->rememberPort(name);
     updateConnectMenu();
+    // The greyed panel of the lost connection gives way to one built from fresh replies.
+    removeAllSystemWidgets();
+    if (reconnected && ReconnectOption::isReconnectEnabled()) {
+        // A device that is back but does not answer is given up on like a silent one.
+        m_linkRecoveryTimer->start();
+    }
     m_controlPanel = new MainControlPanel(this);
     createSystemWidget(m_controlPanel, tr("Control Panel"));
     if (m_controller) {
@@ -288,21 +373,139 @@ void MainWindow::onPortsOpened(QString name)
     QTimer::singleShot(10, m_controller, SLOT(slotMainLoop()));
 }
 
-void MainWindow::onPortsClosed(QString)
+void MainWindow::onPortsClosed(QString name)
 {
+    const bool lost = m_portLost || m_reopenAfterClose;
+    m_portLost = false;
+    m_reopenAfterClose = false;
+    if (name != m_portName) {
+        // A port opened after it was called off, or one this window never took up.
+        return;
+    }
+    m_linkRecoveryTimer->stop();
+    m_linkUp = false;
     m_portName.clear();
-    updateConnectMenu();
     if (m_serialMonitor) {
         m_serialMonitor->setPortOpen(false);
     }
+    dropController();
+    if (lost && ReconnectOption::isReconnectEnabled()) {
+        // The panel stays, greyed, so the operator sees what the laser last reported until
+        // a new controller rebuilds it from the device's fresh replies.
+        if (m_controlPanel) {
+            m_controlPanel->setEnabled(false);
+        }
+        startReconnecting();
+    } else {
+        // The panel takes the controller's widget with it.
+        removeAllSystemWidgets();
+    }
+    updateConnectMenu();
+}
+
+void MainWindow::onPortLost(const QString &name)
+{
+    if (name == m_portName) {
+        m_portLost = true;
+    }
+}
+
+void MainWindow::onConnectedStatus(bool connected)
+{
+    if (connected) {
+        m_linkUp = true;
+        m_linkRecoveryTimer->stop();
+        if (m_reconnectClock.isValid()) {
+            slotWriteLogLine(tr("Reconnected to %1 after %2 s.")
+                                     .arg(PortReconnector::shortName(m_portName))
+                                     .arg(double(m_reconnectClock.elapsed()) / 1000.0, 0, 'f', 1));
+            m_reconnectClock.invalidate();
+        }
+        return;
+    }
+    // Only a link that was up can break down; the handshake of a fresh open retries itself.
+    if (m_linkUp && !m_portName.isEmpty() && ReconnectOption::isReconnectEnabled()
+        && !m_linkRecoveryTimer->isActive()) {
+        m_linkRecoveryTimer->start();
+    }
+    m_linkUp = false;
+}
+
+void MainWindow::onLinkRecoveryTimeout()
+{
+    if (m_portName.isEmpty() || m_linkUp || !ReconnectOption::isReconnectEnabled()) {
+        return;
+    }
+    slotWriteLogLine(tr("No answer from %1 for %2 s: reopening the port.")
+                             .arg(PortReconnector::shortName(m_portName))
+                             .arg(LinkRecoveryMs / 1000));
+    m_reopenAfterClose = true;
+    emit sigCloseCommunication();
+}
+
+void MainWindow::onReconnectOpenRequested(const QString &name)
+{
+    if (!m_portName.isEmpty()) {
+        return;
+    }
+    // A close first, though nothing is open: the handler then drops every setting still
+    // queued (the old controller may have queued one after the loss), so the reconnected
+    // laser is only read, never set, by what was asked of the lost connection.
+    emit sigCloseCommunication();
+    requestOpen(name);
+}
+
+void MainWindow::startReconnecting()
+{
+    const QString message
+            = tr("Reconnecting to %1…").arg(PortReconnector::shortName(m_reconnector->portName()));
+    statusBar()->showMessage(message);
+    slotWriteLogLine(message);
+    if (!m_reconnectClock.isValid()) {
+        m_reconnectClock.start();
+    }
+    m_reconnector->start();
+}
+
+void MainWindow::stopReconnecting()
+{
+    m_reconnector->stop();
+    m_reconnectClock.invalidate();
+    statusBar()->clearMessage();
+    // An open already asked for may still complete: close whatever it opens.
+    m_openCalledOff = true;
+    emit sigCloseCommunication();
+}
+
+void MainWindow::dropController()
+{
     if (m_controller) {
         // Until the deferred delete runs, its loop could still queue commands for the port.
         m_controller->disconnect(m_serialHandler);
         m_controller->deleteLater();
         m_controller = nullptr;
     }
-    // The panel takes the controller's widget with it.
+}
+
+void MainWindow::shutDownLink()
+{
+    // Nothing may open, reopen or write from here on; the panel goes (deferred, so a prompt
+    // of the panel that is waiting in its own event loop returns first), and with it every
+    // dialog it holds open.
+    m_linkRecoveryTimer->stop();
+    if (isReconnecting()) {
+        m_reconnector->stop();
+        statusBar()->clearMessage();
+    }
+    m_reconnectClock.invalidate();
+    m_openCalledOff = true;
+    dropController();
     removeAllSystemWidgets();
+    if (m_serialMonitor) {
+        m_serialMonitor->setPortOpen(false);
+    }
+    m_portName.clear();
+    emit sigCloseCommunication();
 }
 
 void MainWindow::showConnectConfigDialog() { }
@@ -338,6 +541,7 @@ void MainWindow::showHelpManual()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
+    shutDownLink();
     saveMainWindowState();
     removeAllAccessoryDocks();
     ZELMMainWindow::closeEvent(event);

@@ -3,9 +3,11 @@
 
 #include "zelmmainwindow.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 
 class MainControlPanel;
+class PortReconnector;
 class QAction;
 class QMenu;
 class QSignalMapper;
@@ -30,6 +32,16 @@ public:
     // What choosing "Open <name>" in the Connect menu does (command line --connect).
     void connectToPort(const QString &name);
 
+    // True while a port that went away is being looked for to be opened again.
+    bool isReconnecting() const;
+
+    // A link that broke down (a command unanswered twice) and that the handshake has not
+    // brought back within this time is closed and reopened: two further rounds of the
+    // identification (a command and its resend, two seconds each) plus the settle time are
+    // enough for a laser that was only busy, and a port that stays dumb longer than that is
+    // more likely a hung adapter, which only a fresh open can cure.
+    static constexpr int LinkRecoveryMs = 12000;
+
 signals:
     void sigOpenCommunication(QString name);
     void sigCloseCommunication();
@@ -47,6 +59,10 @@ private slots:
     void connectMenuHandler(QString name);
     void onPortsOpened(QString name);
     void onPortsClosed(QString name);
+    void onPortLost(const QString &name);
+    void onConnectedStatus(bool connected);
+    void onLinkRecoveryTimeout();
+    void onReconnectOpenRequested(const QString &name);
     void showConnectConfigDialog();
     void showOptionsDialog();
     void showExtensionsDialog();
@@ -59,6 +75,11 @@ protected:
 private:
     void createActions();
     void createMenus();
+    void requestOpen(const QString &name);
+    void startReconnecting();
+    void stopReconnecting();
+    void dropController();
+    void shutDownLink();
 
     QString m_portName;
     QMenu *m_connectMenu = nullptr;
@@ -74,6 +95,17 @@ private:
     QAction *m_exitAction = nullptr;
     QAction *m_aboutAction = nullptr;
     QAction *m_helpManualAction = nullptr;
+
+    PortReconnector *m_reconnector = nullptr;
+    QTimer *m_linkRecoveryTimer = nullptr;
+    // Why the next close comes: the device went away, or the link was given up on.
+    bool m_portLost = false;
+    bool m_reopenAfterClose = false;
+    bool m_linkUp = false;
+    // An open asked for and then called off (Disconnect while reconnecting, the window
+    // closing) may still complete in the handler: its port is not taken up.
+    bool m_openCalledOff = false;
+    QElapsedTimer m_reconnectClock;
 };
 
 #endif // MAINWINDOW_H

@@ -1,5 +1,7 @@
 #include "optionsdialog.h"
 
+#include "optionwidgetinterface.h"
+
 #include <QAbstractButton>
 #include <QDialogButtonBox>
 #include <QGridLayout>
@@ -27,6 +29,30 @@ OptionsDialog::OptionsDialog(QWidget *parent)
     topItem->setText(0, QStringLiteral("klyt"));
 
     connect(m_buttonBox, &QDialogButtonBox::clicked, this, &OptionsDialog::slotDialogButtonHandler);
+    connect(m_pageTree, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem *item) {
+        QWidget *page = item ? item->data(0, Qt::UserRole).value<QWidget *>() : nullptr;
+        if (page) {
+            m_pageStack->setCurrentWidget(page);
+        }
+    });
+}
+
+void OptionsDialog::addOptionPage(OptionWidgetInterface *page)
+{
+    if (!page) {
+        return;
+    }
+    page->setParent(this);
+    QWidget *widget = page->optionWidget(m_pageStack);
+    m_pageStack->addWidget(widget);
+    auto *item = new QTreeWidgetItem(m_pageTree->topLevelItem(0));
+    item->setText(0, page->optionName());
+    item->setIcon(0, page->optionIcon());
+    item->setData(0, Qt::UserRole, QVariant::fromValue(widget));
+    m_pageTree->expandAll();
+    if (m_pageStack->count() == 1) {
+        m_pageTree->setCurrentItem(item);
+    }
 }
 
 QTreeWidget *OptionsDialog::pageTree() const

@@ -3,6 +3,7 @@
 
 #include <QDialog>
 
+class OptionWidgetInterface;
 class QAbstractButton;
 class QDialogButtonBox;
 class QStackedWidget;
@@ -19,6 +20,10 @@ public:
     QTreeWidget *pageTree() const;
     QStackedWidget *pageStack() const;
     QDialogButtonBox *buttonBox() const;
+
+    // Lists the page under the root item and puts its widget on the stack; the dialog takes
+    // the page object as its child.
+    void addOptionPage(OptionWidgetInterface *page);
 
 private slots:
     void slotDialogButtonHandler(QAbstractButton *button);

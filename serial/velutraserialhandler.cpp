@@ -552,6 +552,9 @@ void VelutraSerialHandler::closePort()
     m_port->deleteLater();
     m_port = nullptr;
 
+    if (m_portGone) {
+        emit sigCommunicationLost(name);
+    }
     emit sigCommunicationClosed(name);
     emit sigStatusMessage(tr("Communication port %1 closed.").arg(name));
 }

@@ -58,6 +58,9 @@ signals:
     void sigConnectedStatus(bool connected);
     void sigCommunicationOpened(const QString &portName);
     void sigCommunicationClosed(const QString &portName);
+    // Sent just before sigCommunicationClosed when the port closed because the device went
+    // away (removed, hung up, a read-error storm) rather than because it was asked to.
+    void sigCommunicationLost(const QString &portName);
     // Traffic for the serial monitor: tag "<port>:<ss-zzz>" ("_" instead of ":"
     // for a partial line flushed without its terminator) and the bytes.
     void sigBytesReceived(const QString &tag, const QByteArray &bytes);

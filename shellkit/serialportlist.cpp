@@ -44,6 +44,16 @@ QString describeSystemPort(const QSerialPortInfo &info)
     return parts.join(QStringLiteral(", "));
 }
 
+quint16 parseUsbIdentifier(const QString &text, bool *ok)
+{
+    const uint value = text.toUInt(ok, 16);
+    if (!*ok || value > 0xffff) {
+        *ok = false;
+        return 0;
+    }
+    return quint16(value);
+}
+
 QList<SerialportList::PortEntry> advertisedPorts()
 {
     QList<SerialportList::PortEntry> entries;
@@ -58,6 +68,9 @@ QList<SerialportList::PortEntry> advertisedPorts()
         QString path;
         QString description;
         qint64 pid = 0;
+        SerialportList::PortEntry entry;
+        bool vendorKnown = false;
+        bool productKnown = false;
         QTextStream stream(&file);
         int lines = 0;
         while (!stream.atEnd() && lines++ < 64) {
@@ -74,12 +87,18 @@ QList<SerialportList::PortEntry> advertisedPorts()
                 description = value;
             } else if (key == QLatin1String("pid")) {
                 pid = value.toLongLong();
+            } else if (key == QLatin1String("serial-number")) {
+                entry.serialNumber = value;
+            } else if (key == QLatin1String("vendor-id")) {
+                entry.vendorIdentifier = parseUsbIdentifier(value, &vendorKnown);
+            } else if (key == QLatin1String("product-id")) {
+                entry.productIdentifier = parseUsbIdentifier(value, &productKnown);
             }
         }
         if (path.isEmpty() || !QFileInfo::exists(path) || !processAlive(pid)) {
             continue;
         }
-        SerialportList::PortEntry entry;
+        entry.hasUsbIdentifiers = vendorKnown && productKnown;
         entry.name = path;
         entry.description = description.isEmpty() ? QObject::tr("Virtual laser") : description;
         entry.isVirtual = true;
@@ -119,6 +138,10 @@ QList<SerialportList::PortEntry> SerialportList::ports()
             PortEntry entry;
             entry.name = info.portName();
             entry.description = describeSystemPort(info);
+            entry.serialNumber = info.serialNumber();
+            entry.hasUsbIdentifiers = info.hasVendorIdentifier() && info.hasProductIdentifier();
+            entry.vendorIdentifier = info.vendorIdentifier();
+            entry.productIdentifier = info.productIdentifier();
             entries.append(entry);
         }
     }
@@ -152,4 +175,17 @@ QString SerialportList::GetExtendedPipeName(const QString &name)
         }
     }
     return name;
+}
+
+SerialportList::PortEntry SerialportList::entryFor(const QString &name)
+{
+    const QList<PortEntry> entries = ports();
+    for (const PortEntry &entry : entries) {
+        if (entry.name == name) {
+            return entry;
+        }
+    }
+    PortEntry unlisted;
+    unlisted.name = name;
+    return unlisted;
 }

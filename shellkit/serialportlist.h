@@ -10,6 +10,8 @@
 // A virtual laser announces a port with one file "<anything>.port" in
 // advertisedPortsFolder(), holding "key=value" lines:
 //   path=<name to open>   description=<text>   pid=<process id of the announcer>
+// and, for one that plays a USB adapter, optionally:
+//   serial-number=<text>   vendor-id=<hex>   product-id=<hex>
 // An announcement whose process is gone or whose path no longer exists is ignored.
 class SerialportList
 {
@@ -19,12 +21,20 @@ public:
         QString name;
         QString description;
         bool isVirtual = false;
+        // What a USB adapter tells about itself; it stays the same when the adapter comes
+        // back under another device name.
+        QString serialNumber;
+        bool hasUsbIdentifiers = false;
+        quint16 vendorIdentifier = 0;
+        quint16 productIdentifier = 0;
     };
 
     static QStringList GetPipeNames();
     static QString GetExtendedPipeName(const QString &name);
 
     static QList<PortEntry> ports();
+    // The listed entry of that name; an entry with only the name set when it is not listed.
+    static PortEntry entryFor(const QString &name);
     static QString advertisedPortsFolder();
 
     // Lets a test see only announced ports, whatever hardware the machine has.

@@ -44,9 +44,17 @@ bool VelutraSimAdvert::publish(const QString &portPath, const QString &descripti
         *error = QStringLiteral("cannot write %1: %2").arg(m_filePath, file.errorString());
         return false;
     }
-    const QString text = QStringLiteral("path=%1\ndescription=%2\npid=%3\n")
-                                 .arg(portPath, description)
-                                 .arg(::getpid());
+    QString text = QStringLiteral("path=%1\ndescription=%2\npid=%3\n")
+                           .arg(portPath, description)
+                           .arg(::getpid());
+    if (!m_serialNumber.isEmpty()) {
+        text += QStringLiteral("serial-number=%1\n").arg(m_serialNumber);
+    }
+    if (m_vendorId >= 0 && m_productId >= 0) {
+        text += QStringLiteral("vendor-id=%1\nproduct-id=%2\n")
+                        .arg(m_vendorId, 4, 16, QLatin1Char('0'))
+                        .arg(m_productId, 4, 16, QLatin1Char('0'));
+    }
     file.write(text.toUtf8());
     if (!file.commit()) {
         *error = QStringLiteral("cannot write %1: %2").arg(m_filePath, file.errorString());
@@ -54,6 +62,13 @@ bool VelutraSimAdvert::publish(const QString &portPath, const QString &descripti
     }
     m_published = true;
     return true;
+}
+
+void VelutraSimAdvert::setUsbIdentity(const QString &serialNumber, int vendorId, int productId)
+{
+    m_serialNumber = serialNumber;
+    m_vendorId = vendorId;
+    m_productId = productId;
 }
 
 void VelutraSimAdvert::withdraw()

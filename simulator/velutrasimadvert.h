@@ -18,6 +18,10 @@ public:
     static QString runtimeFolder();
     static QString portsFolder();
 
+    // What a USB adapter would tell about itself, written with every later publish();
+    // an empty serial number or a negative id is left out.
+    void setUsbIdentity(const QString &serialNumber, int vendorId, int productId);
+
     bool publish(const QString &portPath, const QString &description, QString *error);
     void withdraw();
     QString filePath() const { return m_filePath; }
@@ -25,6 +29,9 @@ public:
 
 private:
     QString m_filePath;
+    QString m_serialNumber;
+    int m_vendorId = -1;
+    int m_productId = -1;
     bool m_published = false;
 };
 

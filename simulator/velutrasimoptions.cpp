@@ -58,6 +58,14 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
             QStringLiteral("link"),
             QStringLiteral("Also create a symbolic link to the port at this path."),
             QStringLiteral("path"));
+    const QCommandLineOption serialNumber(
+            QStringLiteral("serial-number"),
+            QStringLiteral("Advertise the port with this serial number, like a USB adapter."),
+            QStringLiteral("text"));
+    const QCommandLineOption usbId(
+            QStringLiteral("usb-id"),
+            QStringLiteral("Advertise the port with these USB vendor and product ids (hex)."),
+            QStringLiteral("vid:pid"));
     const QCommandLineOption noPacing(
             QStringLiteral("no-pacing"),
             QStringLiteral("Send as fast as possible instead of at 3840 bytes/s."));
@@ -115,10 +123,10 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
             QStringLiteral("refuse"),
             QStringLiteral("Refuse this set command outright, e.g. ly_vtx2_power (repeatable)."),
             QStringLiteral("command"));
-    parser.addOptions({help,    version,  model,    application, module,   state,   speed,
-                       debug,   link,     noPacing, trace,       noSocket, silent,  noEcho,
-                       crlf,    fragment, garbage,  unknown,     flood,    hgError, hgFlags,
-                       shutter, aomMode,  churn,    seed,        refuse});
+    parser.addOptions({help,    version,  model,    application, module,   state,        speed,
+                       debug,   link,     noPacing, trace,       noSocket, silent,       noEcho,
+                       crlf,    fragment, garbage,  unknown,     flood,    hgError,      hgFlags,
+                       shutter, aomMode,  churn,    seed,        refuse,   serialNumber, usbId});
 
     if (!parser.parse(arguments)) {
         *message = parser.errorText();
@@ -191,6 +199,24 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
         parsed.laser.refused << name;
     }
     parsed.linkPath = parser.value(link);
+    parsed.serialNumber = parser.value(serialNumber);
+    if (parsed.serialNumber.contains(QLatin1Char('\n'))) {
+        *message = QStringLiteral("--serial-number wants one line of text");
+        return false;
+    }
+    if (parser.isSet(usbId)) {
+        const QStringList parts = parser.value(usbId).split(QLatin1Char(':'));
+        bool vendorOk = false;
+        bool productOk = false;
+        const uint vendor = parts.value(0).toUInt(&vendorOk, 16);
+        const uint product = parts.value(1).toUInt(&productOk, 16);
+        if (parts.size() != 2 || !vendorOk || !productOk || vendor > 0xffff || product > 0xffff) {
+            *message = QStringLiteral("--usb-id wants VID:PID in hexadecimal, e.g. 0403:6001");
+            return false;
+        }
+        parsed.usbVendorId = int(vendor);
+        parsed.usbProductId = int(product);
+    }
     parsed.tracePath = parser.value(trace);
     parsed.pacing = !parser.isSet(noPacing);
     parsed.controlSocket = !parser.isSet(noSocket);

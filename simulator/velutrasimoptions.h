@@ -12,6 +12,10 @@ struct VelutraSimOptions
 {
     VelutraSimLaser::Config laser;
     QString linkPath;
+    // Advertised like a USB adapter's identity (empty / negative: not advertised).
+    QString serialNumber;
+    int usbVendorId = -1;
+    int usbProductId = -1;
     QString tracePath;
     bool pacing = true;
     bool controlSocket = true;

@@ -45,7 +45,8 @@ const char s_controlHelp[]
           "  churn SECONDS|off|step     change something on its own every SECONDS, or once now\n"
           "  pacing on|off              3840 bytes/s or as fast as possible\n"
           "  unplug                     close the pseudo-terminal and withdraw it\n"
-          "  replug                     plug in again on a new pseudo-terminal\n"
+          "  replug [LINK]              plug in again on a new pseudo-terminal (behind a new\n"
+          "                             symbolic link LINK if given)\n"
           "  quit                       end the simulator";
 
 } // namespace
@@ -56,6 +57,7 @@ VelutraSimulator::VelutraSimulator(const VelutraSimOptions &options, QObject *pa
     , m_laser(options.laser)
 {
     m_port.setLinkPath(options.linkPath);
+    m_advert.setUsbIdentity(options.serialNumber, options.usbVendorId, options.usbProductId);
     m_port.setPacing(options.pacing);
     m_port.setSilent(options.silent);
     m_port.setCrLf(options.crlf);
@@ -347,6 +349,11 @@ QString VelutraSimulator::executeControl(const QString &command)
             {QStringLiteral("replug"),
              [&]() {
                  QString error;
+                 if (!argument.isEmpty() && !m_port.isOpen()) {
+                     // The same device back under another name, as a USB adapter that
+                     // the system enumerates anew.
+                     m_port.setLinkPath(argument);
+                 }
                  if (!plugIn(&error)) {
                      return QStringLiteral("error: %1").arg(error);
                  }

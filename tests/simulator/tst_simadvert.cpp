@@ -1,0 +1,194 @@
+// The virtual laser can advertise itself like a USB adapter: a serial number and vendor and
+// product ids in its advertisement, which the program's port list reads, kept when it is
+// plugged back in under another name.
+
+#include "serialportlist.h"
+#include "simprocess.h"
+#include "velutrasimoptions.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+struct ProcessGuard
+{
+    QProcess &process;
+    ~ProcessGuard()
+    {
+        if (process.state() != QProcess::NotRunning) {
+            process.terminate();
+            if (!process.waitForFinished(3000)) {
+                process.kill();
+                process.waitForFinished(3000);
+            }
+        }
+    }
+};
+
+QByteArray controlAnswer(QProcess &process, const QByteArray &command)
+{
+    process.write(command + '\n');
+    QByteArray errors;
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < 10000) {
+        process.waitForReadyRead(50);
+        errors += process.readAllStandardError();
+        const QList<QByteArray> lines = errors.split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.startsWith("ok") || line.startsWith("error")) {
+                return line;
+            }
+        }
+    }
+    return QByteArray();
+}
+
+SerialportList::PortEntry listedEntry(const QString &name, bool *found)
+{
+    const QList<SerialportList::PortEntry> entries = SerialportList::ports();
+    for (const SerialportList::PortEntry &entry : entries) {
+        if (entry.name == name) {
+            *found = true;
+            return entry;
+        }
+    }
+    *found = false;
+    return SerialportList::PortEntry();
+}
+
+} // namespace
+
+class TestSimAdvert : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_folder.isValid());
+        SerialportList::setIncludeSystemPorts(false);
+    }
+
+    void usbOptions_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("accepted");
+        QTest::addColumn<QString>("serialNumber");
+        QTest::addColumn<int>("vendor");
+        QTest::addColumn<int>("product");
+        QTest::newRow("none") << QStringList{} << true << QString() << -1 << -1;
+        QTest::newRow("serial number")
+                << QStringList{QStringLiteral("--serial-number"), QStringLiteral("FT-1")} << true
+                << QStringLiteral("FT-1") << -1 << -1;
+        QTest::newRow("usb ids") << QStringList{QStringLiteral("--usb-id"),
+                                                QStringLiteral("0403:6001")}
+                                 << true << QString() << 0x0403 << 0x6001;
+        QTest::newRow("upper-case hex")
+                << QStringList{QStringLiteral("--usb-id"), QStringLiteral("10C4:EA60")} << true
+                << QString() << 0x10c4 << 0xea60;
+        QTest::newRow("one id") << QStringList{QStringLiteral("--usb-id"), QStringLiteral("0403")}
+                                << false << QString() << -1 << -1;
+        QTest::newRow("not hex") << QStringList{QStringLiteral("--usb-id"),
+                                                QStringLiteral("04g3:6001")}
+                                 << false << QString() << -1 << -1;
+        QTest::newRow("too large")
+                << QStringList{QStringLiteral("--usb-id"), QStringLiteral("10000:1")} << false
+                << QString() << -1 << -1;
+    }
+
+    void usbOptions()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(bool, accepted);
+        QFETCH(QString, serialNumber);
+        QFETCH(int, vendor);
+        QFETCH(int, product);
+        VelutraSimOptions options;
+        QString message;
+        bool help = false;
+        QCOMPARE(VelutraSimOptions::parse(QStringList{QStringLiteral("velutra-sim")} + arguments,
+                                          &options, &message, &help),
+                 accepted);
+        if (!accepted) {
+            QVERIFY(!message.isEmpty());
+            return;
+        }
+        QCOMPARE(options.serialNumber, serialNumber);
+        QCOMPARE(options.usbVendorId, vendor);
+        QCOMPARE(options.usbProductId, product);
+    }
+
+    void advertisedLikeAUsbAdapterUnderEveryName()
+    {
+        const QString first = m_folder.filePath(QStringLiteral("ttyUSB0"));
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(startSimulatorProcess(process,
+                                      {QStringLiteral("--no-pacing"), QStringLiteral("--link"),
+                                       first, QStringLiteral("--serial-number"),
+                                       QStringLiteral("FT-A1B2C3"), QStringLiteral("--usb-id"),
+                                       QStringLiteral("0403:6001")},
+                                      &port));
+        QCOMPARE(port, first);
+
+        QFile advert(SerialportList::advertisedPortsFolder()
+                     + QStringLiteral("/velutra-sim-%1.port").arg(process.processId()));
+        QVERIFY(advert.open(QIODevice::ReadOnly));
+        const QByteArray text = advert.readAll();
+        QVERIFY2(text.contains("\nserial-number=FT-A1B2C3\n"), text.constData());
+        QVERIFY2(text.contains("\nvendor-id=0403\nproduct-id=6001\n"), text.constData());
+        advert.close();
+
+        bool found = false;
+        SerialportList::PortEntry entry = listedEntry(first, &found);
+        QVERIFY(found);
+        QCOMPARE(entry.serialNumber, QStringLiteral("FT-A1B2C3"));
+        QVERIFY(entry.hasUsbIdentifiers);
+        QCOMPARE(entry.vendorIdentifier, quint16(0x0403));
+        QCOMPARE(entry.productIdentifier, quint16(0x6001));
+        QCOMPARE(SerialportList::entryFor(first).serialNumber, QStringLiteral("FT-A1B2C3"));
+
+        // Pulled out and put back under another name: the old one is gone, the identity stays.
+        QCOMPARE(controlAnswer(process, "unplug"), QByteArray("ok"));
+        QVERIFY(!QFileInfo::exists(first));
+        const QString second = m_folder.filePath(QStringLiteral("ttyUSB1"));
+        QCOMPARE(controlAnswer(process, "replug " + second.toLocal8Bit()),
+                 "ok " + second.toLocal8Bit());
+        listedEntry(first, &found);
+        QVERIFY(!found);
+        entry = listedEntry(second, &found);
+        QVERIFY(found);
+        QCOMPARE(entry.serialNumber, QStringLiteral("FT-A1B2C3"));
+        QCOMPARE(entry.vendorIdentifier, quint16(0x0403));
+    }
+
+    void plainVirtualLaserHasNoUsbIdentity()
+    {
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(startSimulatorProcess(process, {QStringLiteral("--no-pacing")}, &port));
+        bool found = false;
+        const SerialportList::PortEntry entry = listedEntry(port, &found);
+        QVERIFY(found);
+        QVERIFY(entry.serialNumber.isEmpty());
+        QVERIFY(!entry.hasUsbIdentifiers);
+        // Not listed at all: only the name is known.
+        const SerialportList::PortEntry unlisted
+                = SerialportList::entryFor(QStringLiteral("/dev/velutra-nowhere"));
+        QCOMPARE(unlisted.name, QStringLiteral("/dev/velutra-nowhere"));
+        QVERIFY(unlisted.serialNumber.isEmpty());
+    }
+
+private:
+    QTemporaryDir m_folder;
+};
+
+QTEST_GUILESS_MAIN(TestSimAdvert)
+#include "tst_simadvert.moc"
