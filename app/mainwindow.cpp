@@ -11,6 +11,7 @@
 #include "portreconnector.h"
 #include "reconnectoption.h"
 #include "serialmonitor.h"
+#include "velutraappcategory.h"
 #include "serialportlist.h"
 #include "velutracontroller.h"
 #include "velutraresources.h"
@@ -125,7 +126,7 @@ MainWindow::~MainWindow()
     if (m_serialThread) {
         m_serialThread->quit();
         if (!m_serialThread->wait(ThreadStopTimeoutMs)) {
-            qWarning("The serial thread did not stop within %d ms", ThreadStopTimeoutMs);
+            qCWarning(lcApp, "The serial thread did not stop within %d ms", ThreadStopTimeoutMs);
         }
     }
     _AppLog::WriteLogLine(tr("***** Application shutdown %1  *****").arg(today()));
@@ -182,6 +183,12 @@ void MainWindow::createMenus()
 {
     QMenu *fileMenu = menuBar()->addMenu(tr("&File"));
     fileMenu->setObjectName(QStringLiteral("fileMenu"));
+    // The options dialog holds the reconnect switch, so the operator must be able to reach it.
+    QAction *optionsAction = fileMenu->addAction(tr("&Options..."));
+    optionsAction->setObjectName(QStringLiteral("optionsAction"));
+    optionsAction->setStatusTip(tr("Program options"));
+    connect(optionsAction, &QAction::triggered, this, &MainWindow::showOptionsDialog);
+    fileMenu->addSeparator();
     fileMenu->addAction(m_exitAction);
 
     m_connectMenu = new QMenu(tr("&Connect"), this);
@@ -211,7 +218,7 @@ void MainWindow::slotWriteLogLine(QString line)
                                         QStringLiteral("s8"), QStringLiteral("s9")};
     for (const QString &record : s_records) {
         if (line.contains(record)) {
-            qDebug("STOP");
+            qCDebug(lcApp, "STOP");
             break;
         }
     }
@@ -514,6 +521,7 @@ void MainWindow::showOptionsDialog()
 {
     auto *dialog = new OptionsDialog(this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
 }
 
 void MainWindow::showExtensionsDialog() { }

@@ -1,5 +1,7 @@
 #include "optionsdialog.h"
 
+#include "velutraappcategory.h"
+
 #include "optionwidgetinterface.h"
 
 #include <QAbstractButton>
@@ -72,5 +74,5 @@ QDialogButtonBox *OptionsDialog::buttonBox() const
 
 void OptionsDialog::slotDialogButtonHandler(QAbstractButton *button)
 {
-    qDebug() << "Clicked on" << (button ? button->text() : QString());
+    qCDebug(lcApp) << "Clicked on" << (button ? button->text() : QString());
 }

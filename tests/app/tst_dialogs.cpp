@@ -8,6 +8,7 @@
 
 #include <QDialogButtonBox>
 #include <QLabel>
+#include <QLoggingCategory>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTextBrowser>
@@ -87,10 +88,13 @@ private slots:
         QCOMPARE(dialog.buttonBox()->orientation(), Qt::Horizontal);
         QVERIFY(dialog.pageStack());
         s_debugMessages.clear();
+        // The trace belongs to the application's debug category, off unless asked for.
+        QLoggingCategory::setFilterRules(QStringLiteral("velutra.app.debug=true"));
         QtMessageHandler previous = qInstallMessageHandler(captureDebug);
         QPushButton *ok = dialog.buttonBox()->button(QDialogButtonBox::Ok);
         ok->click();
         qInstallMessageHandler(previous);
+        QLoggingCategory::setFilterRules(QString());
         QCOMPARE(s_debugMessages.size(), 1);
         QVERIFY(s_debugMessages.first().startsWith(QStringLiteral("Clicked on")));
         QVERIFY(s_debugMessages.first().contains(ok->text()));

@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
@@ -124,9 +125,10 @@ private slots:
                                       QStringLiteral("&Window"), QStringLiteral("&Help")}));
 
         QMenu *file = menuNamed(window, "fileMenu");
-        QCOMPARE(actionTexts(file), QStringList{QStringLiteral("&Exit")});
-        QCOMPARE(file->actions().first()->shortcut(), QKeySequence(QStringLiteral("Ctrl+Q")));
-        QCOMPARE(file->actions().first()->statusTip(), QStringLiteral("Exit this program"));
+        QCOMPARE(actionTexts(file),
+                 (QStringList{QStringLiteral("&Options..."), QString(), QStringLiteral("&Exit")}));
+        QCOMPARE(file->actions().last()->shortcut(), QKeySequence(QStringLiteral("Ctrl+Q")));
+        QCOMPARE(file->actions().last()->statusTip(), QStringLiteral("Exit this program"));
         QMenu *help = menuNamed(window, "helpMenu");
         QCOMPARE(actionTexts(help), (QStringList{QStringLiteral("About VELUTRA-XP"),
                                                  QStringLiteral("Show Instruction Manual")}));
@@ -313,12 +315,15 @@ private slots:
     {
         QFETCH(QString, line);
         QFETCH(bool, stop);
+        // The marker is a debug trace of the application's category, off unless asked for.
+        QLoggingCategory::setFilterRules(QStringLiteral("velutra.app.debug=true"));
         MainWindow window;
         const int before = _AppLog::getLogDocument()->blockCount();
         s_debugMessages.clear();
         s_previousHandler = qInstallMessageHandler(captureDebug);
         window.slotWriteLogLine(line);
         qInstallMessageHandler(s_previousHandler);
+        QLoggingCategory::setFilterRules(QString());
         QCOMPARE(s_debugMessages, stop ? QStringList{QStringLiteral("STOP")} : QStringList{});
         QCOMPARE(_AppLog::getLogDocument()->blockCount(), before + 1);
         QVERIFY(_AppLog::getLogDocument()->lastBlock().text().endsWith(line));
