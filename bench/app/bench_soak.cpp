@@ -306,8 +306,15 @@ int main(int argc, char *argv[])
     }
 
     const TraceSummary trace = summarise(tracePath);
-    // The first sample taken at or after one minute; the start is the first sample.
-    Sample atStart = samples.isEmpty() ? last : samples.first();
+    // The start is the first sample after the program's own start-up (the window and the
+    // handshake's quiet seconds); the minute is the first sample at or after one minute.
+    Sample atStart = last;
+    for (const Sample &sample : qAsConst(samples)) {
+        if (sample.seconds >= SampleSeconds) {
+            atStart = sample;
+            break;
+        }
+    }
     Sample atMinute = last;
     for (const Sample &sample : qAsConst(samples)) {
         if (sample.seconds >= 60) {

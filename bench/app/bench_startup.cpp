@@ -74,6 +74,8 @@ int main(int argc, char *argv[])
     for (int run = 0; run < runs; ++run) {
         QProcess program;
         program.setProcessEnvironment(environment);
+        // The probe's line comes on standard error; wait on that channel.
+        program.setReadChannel(QProcess::StandardError);
         QElapsedTimer clock;
         clock.start();
         program.start(programPath, QStringList());
@@ -82,7 +84,7 @@ int main(int argc, char *argv[])
         QByteArray errors;
         while (reported < 0 && clock.elapsed() < ExposeTimeoutMs
                && program.state() != QProcess::NotRunning) {
-            program.waitForReadyReadStandardError(100);
+            program.waitForReadyRead(100);
             errors += program.readAllStandardError();
             const int at = errors.indexOf("first-expose-ms ");
             const int end = at < 0 ? -1 : errors.indexOf('\n', at);
