@@ -3,6 +3,7 @@
 #include "logfiles.h"
 #include "logger.h"
 #include "mainwindow.h"
+#include "startupprobe.h"
 #include "unixsignalwatcher.h"
 
 #include <QApplication>
@@ -43,6 +44,7 @@ int main(int argc, char *argv[])
                                  QObject::tr("Signal %1 received: closing.").arg(signalNumber));
                          window->close();
                      });
+    StartupProbe::installIfRequested(window);
     window->show();
     const QString port = parser.value(QString::fromLatin1(CommandLine::ConnectOption));
     if (!port.isEmpty()) {
