@@ -2,6 +2,7 @@
 // simulator's port, the controller builds the panel, and everything below is read from the
 // panel's widgets and from the simulator's trace of the commands it received.
 
+#include "_applog.h"
 #include "applicationidentity.h"
 #include "button.h"
 #include "combobox.h"
@@ -18,11 +19,13 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QDir>
+#include <QDockWidget>
 #include <QFile>
 #include <QLabel>
 #include <QPointer>
 #include <QTabBar>
 #include <QTemporaryDir>
+#include <QTextDocument>
 #include <QTimer>
 #include <QtTest>
 
@@ -160,6 +163,7 @@ class TestPanelWithSimulator : public QObject
 
 private slots:
     void initTestCase();
+    void init();
     void cleanup();
     void panelShowsTheDevice_data();
     void panelShowsTheDevice();
@@ -198,6 +202,12 @@ void TestPanelWithSimulator::initTestCase()
     qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
     ApplicationIdentity::apply(QCoreApplication::instance());
     SerialportList::setIncludeSystemPorts(false);
+}
+
+void TestPanelWithSimulator::init()
+{
+    // One application log serves every window of the process: each session starts afresh.
+    _AppLog::getLogDocument()->clear();
 }
 
 void TestPanelWithSimulator::cleanup()
@@ -405,12 +415,36 @@ void TestPanelWithSimulator::panelShowsTheDevice()
 
 void TestPanelWithSimulator::saveScreenshots(const QString &directory)
 {
-    // A warm device, as an operator sees it after a while: wait for the ovens to get close.
+    // The panel as an operator sees it after a while: every read-out filled in and the ovens
+    // close to their set-points.
+    for (const char *name : {"measuredIREnergy", "measuredGreenEnergy", "measuredUVEnergy",
+                             "outputPowerIR", "outputPowerGreen", "outputPowerUV", "humidity"}) {
+        QTRY_VERIFY2_WITH_TIMEOUT(!text(name).contains(QLatin1String("??")), name,
+                                  s_valueTimeoutMs);
+    }
+    for (const char *name : {"dynamicWlsIRValue", "dynamicWlsGreenValue", "dynamicWlsUVValue"}) {
+        QTRY_VERIFY2_WITH_TIMEOUT(!text(name).contains(QLatin1String("??")), name,
+                                  s_valueTimeoutMs);
+    }
     QTRY_VERIFY_WITH_TIMEOUT(text("oven1Actual").startsWith(QStringLiteral("14"))
                                      || text("oven1Actual").startsWith(QStringLiteral("15")),
                              s_valueTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!text("hgModuleRuntime").contains(QLatin1String("??")),
+                             s_valueTimeoutMs);
     QVERIFY(QDir().mkpath(directory));
     VelutraView *panelView = view();
+
+    // The whole window first, laid out as the program lays it out.
+    panelView->setControlPage(VelutraView::ControlPage);
+    QTest::qWait(50);
+    QCOMPARE(m_window->size(), s_screenSize);
+    QVERIFY(m_window->grab().save(QStringLiteral("%1/main-window.png").arg(directory)));
+
+    // Then the pages, with the log and the monitor put away so that the panel has the window.
+    const QList<QDockWidget *> docks = m_window->accessoryDocks();
+    for (QDockWidget *dock : docks) {
+        dock->hide();
+    }
     const struct
     {
         VelutraView::Page page;
@@ -429,9 +463,10 @@ void TestPanelWithSimulator::saveScreenshots(const QString &directory)
         const QString file = QStringLiteral("%1/panel-%2.png").arg(directory, entry.file);
         QVERIFY2(panelView->grab().save(file), qPrintable(file));
     }
+    for (QDockWidget *dock : docks) {
+        dock->show();
+    }
     panelView->setControlPage(VelutraView::ControlPage);
-    QTest::qWait(50);
-    QVERIFY(m_window->grab().save(QStringLiteral("%1/main-window.png").arg(directory)));
 }
 
 void TestPanelWithSimulator::energySliderPutsOneCommandOnTheWire()
