@@ -496,6 +496,7 @@ void TestPanelWithSimulator::energySliderPutsOneCommandOnTheWire()
     // A value the device refuses: the read-out goes back to what the device holds.
     control("refuse ly_vtx2_power");
     typeInto(energy, QStringLiteral("20"));
+    QCOMPARE(sliderText("energySlider"), QStringLiteral("20.00"));
     QTRY_COMPARE_WITH_TIMEOUT(countStartingWith(commands(), "ly_vtx2_power="), 2, s_valueTimeoutMs);
     QCOMPARE(startingWith(commands(), "ly_vtx2_power=").last(), QByteArray("ly_vtx2_power=20000"));
     QTRY_COMPARE_WITH_TIMEOUT(sliderText("energySlider"), QStringLiteral("12.50"),
