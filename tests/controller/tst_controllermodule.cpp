@@ -5,6 +5,7 @@
 #include <QMetaMethod>
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -15,7 +16,6 @@
 
 using Step = std::function<void(VelutraController &)>;
 Q_DECLARE_METATYPE(Step)
-
 
 namespace {
 
@@ -35,38 +35,6 @@ void feed(VelutraController &controller, const QStringList &lines)
     for (const QString &line : lines) {
         controller.decoder()->slotLineReceived(line.toLatin1());
     }
-}
-
-// The controller connects its decoder when it is built; a build without that wiring gets the
-// connections the rows below rely on here, so that the rows read the same either way.
-void ensureDecoderWired(VelutraController &controller)
-{
-    VelutraResponseDecoder *decoder = controller.decoder();
-    SignalRecorder probe(&controller);
-    decoder->slotLineReceived("ZEL SHG\tHumidity=-1%\n");
-    if (probe.takeAll().contains(QStringLiteral("setHumidityMonitor(-1)"))) {
-        return;
-    }
-    using C = VelutraController;
-    using D = VelutraResponseDecoder;
-    QObject::connect(decoder, &D::sigOvenModeChanged, &controller, &C::slotOvenModeChanged);
-    QObject::connect(decoder, &D::sigOven1TempSettingChanged, &controller,
-                     &C::slotOven1TempSettingChanged);
-    QObject::connect(decoder, &D::sigOven1TempSettingRangeChanged, &controller,
-                     &C::slotOven1TempSettingRangeChanged);
-    QObject::connect(decoder, &D::sigOven2TempSettingChanged, &controller,
-                     &C::slotOven2TempSettingChanged);
-    QObject::connect(decoder, &D::sigOven2TempSettingRangeChanged, &controller,
-                     &C::slotOven2TempSettingRangeChanged);
-    QObject::connect(decoder, &D::sigPiezoPositionChanged, &controller,
-                     &C::slotPiezoPositionChanged);
-    QObject::connect(decoder, &D::sigDigitalGateChanged, &controller, &C::slotDigitalGateChanged);
-    QObject::connect(decoder, &D::sigDynamicWavelengthFeatureChanged, &controller,
-                     &C::slotDynamicWavelengthFeatureChanged);
-    QObject::connect(decoder, &D::sigDynamicWLS_GreenChanged, &controller,
-                     &C::slotDynamicWLS_GreenChanged);
-    QObject::connect(decoder, &D::sigHGCrystalCurSpotChanged, &controller,
-                     &C::slotHGCrystalCurSpotChanged);
 }
 
 // Debug output of the code under test, as "<category>: <text>".
@@ -507,14 +475,9 @@ void TestControllerModule::oven1CommandFollowsModuleType()
     VelutraController controller(nullptr, nullptr, nullptr, nullptr);
     SignalRecorder recorder(&controller);
     controller.slotsHGModuleType(moduleType);
-    // The type slot shows the type on the view; one that shows nothing does not store it either.
-    const bool typeStored = !recorder.takeAll().isEmpty();
+    recorder.takeAll();
     controller.oven1SetpointChanged(35.26);
-    const QStringList sent = recorder.takeAll();
-    if (!typeStored && sent != QStringList{expected}) {
-        QSKIP("slotsHGModuleType() does not store the module type in this build");
-    }
-    QCOMPARE(sent, QStringList{expected});
+    QCOMPARE(recorder.takeAll(), QStringList{expected});
 }
 
 void TestControllerModule::wavelengthCommandFollowsSystemType_data()
@@ -535,13 +498,9 @@ void TestControllerModule::wavelengthCommandFollowsSystemType()
     VelutraController controller(nullptr, nullptr, nullptr, nullptr);
     SignalRecorder recorder(&controller);
     controller.slotsVelutraTypeChanged(type);
-    const bool typeHandled = !recorder.takeAll().isEmpty();
+    recorder.takeAll();
     controller.wavelengthChanged(1);
-    const QStringList sent = recorder.takeAll();
-    if (!typeHandled && sent != QStringList{expected}) {
-        QSKIP("slotsVelutraTypeChanged() does not detect the system type in this build");
-    }
-    QCOMPARE(sent, QStringList{expected});
+    QCOMPARE(recorder.takeAll(), QStringList{expected});
 }
 
 // ---- Hostile sizes and values ----------------------------------------------------------------
@@ -674,14 +633,28 @@ void TestControllerModule::refusedChangesSnapBack()
     QFETCH(QString, reply);
     QFETCH(QStringList, expected);
     VelutraController controller(nullptr, nullptr, nullptr, nullptr);
-    const QByteArray stale = "markStale_" + group.toLatin1() + "()";
-    if (controller.decoder()->metaObject()->indexOfSlot(stale.constData()) < 0) {
-        QSKIP("decoder without stale marks");
-    }
-    ensureDecoderWired(controller);
     SignalRecorder recorder(&controller);
     feed(controller, {reply});
     recorder.takeAll();
+    // Unchanged, the same reply shows nothing new.
+    feed(controller, {reply});
+    QCOMPARE(recorder.takeAll(), QStringList{});
+    // The group named is the one that repaints: marked by hand, the reply comes out again as
+    // it does after the command.
+    QVERIFY(QMetaObject::invokeMethod(controller.decoder(),
+                                      qPrintable(QStringLiteral("markStale_") + group),
+                                      Qt::DirectConnection));
+    feed(controller, {reply});
+    const QStringList republished = recorder.takeAll();
+    QVERIFY(!republished.isEmpty());
+    QStringList shown = expected;
+    shown.erase(std::remove_if(shown.begin(), shown.end(),
+                               [](const QString &entry) {
+                                   return entry.startsWith(
+                                           QLatin1String("sigAppendSettingsCommand("));
+                               }),
+                shown.end());
+    QCOMPARE(republished, shown);
     // The device keeps its value and answers the next poll as before.
     act(controller);
     feed(controller, {reply});

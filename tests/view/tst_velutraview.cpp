@@ -24,6 +24,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <memory>
 
@@ -150,6 +151,8 @@ private slots:
         }
         QCOMPARE(view()->controlPage(0)->objectName(), QStringLiteral("controlPage"));
         QCOMPARE(view()->controlPage(1)->objectName(), QStringLiteral("viewPage"));
+        QCOMPARE(view()->controlPage(2)->objectName(), QStringLiteral("temperatureDetailsPage"));
+        QCOMPARE(view()->controlPage(3)->objectName(), QStringLiteral("systemDetailsPage"));
         QCOMPARE(view()->controlPage(4)->objectName(), QStringLiteral("systemSettingsPage"));
         QCOMPARE(view()->controlPage(5)->objectName(), QStringLiteral("harmonicGeneratorPage"));
         QCOMPARE(view()->tinyHeader(), QStringLiteral("Velutra XP\n"));
@@ -912,26 +915,22 @@ private slots:
         view()->show();
         QVERIFY(QTest::qWaitForWindowExposed(view()));
         const QString directory = qEnvironmentVariable("VELUTRA_SCREENSHOT_DIR");
-        // Pages by name: the look does not depend on which detail pages are built.
         const struct
         {
-            const char *page;
+            VelutraView::Page index;
             const char *file;
-        } pages[] = {{"controlPage", "control"},
-                     {"viewPage", "view"},
-                     {"systemSettingsPage", "system-settings"},
-                     {"harmonicGeneratorPage", "harmonic-generator"}};
+        } pages[] = {{VelutraView::ControlPage, "control"},
+                     {VelutraView::ViewPage, "view"},
+                     {VelutraView::TemperatureDetailsPage, "temperature-details"},
+                     {VelutraView::SystemDetailsPage, "system-details"},
+                     {VelutraView::SystemSettingsPage, "system-settings"},
+                     {VelutraView::HarmonicGeneratorPage, "harmonic-generator"}};
+        QCOMPARE(view()->controlPageCount(), int(std::size(pages)));
         for (const auto &entry : pages) {
-            QWidget *page = child<QWidget>(view(), QString::fromLatin1(entry.page));
+            QWidget *page = view()->controlPage(entry.index);
             QVERIFY(page);
-            int index = -1;
-            for (int i = 0; i < view()->controlPageCount(); ++i) {
-                if (view()->controlPage(i) == page) {
-                    index = i;
-                }
-            }
-            view()->setControlPage(index);
-            QCOMPARE(view()->currentControlPage(), index);
+            view()->setControlPage(entry.index);
+            QCOMPARE(view()->currentControlPage(), int(entry.index));
             QCoreApplication::processEvents();
             // Every label on show has the room its text asks for.
             const QList<QWidget *> roots = {view()->sidePanel(), page};
@@ -942,9 +941,8 @@ private slots:
                         continue;
                     }
                     QVERIFY2(label->width() >= label->minimumSizeHint().width(),
-                             qPrintable(
-                                     QStringLiteral("\"%1\" is clipped on page %2")
-                                             .arg(label->text(), QString::fromLatin1(entry.page))));
+                             qPrintable(QStringLiteral("\"%1\" is clipped on page %2")
+                                                .arg(label->text(), page->objectName())));
                 }
             }
             for (QWidget *root : roots) {

@@ -158,6 +158,7 @@ class TestVelutraViewControl : public QObject
                 view()->setControlPage(i);
             }
         }
+        QVERIFY(page && view()->controlPage(view()->currentControlPage()) == page);
     }
 
     QString lastLogLine() const
