@@ -56,7 +56,10 @@ MainView::MainView(QWidget *parent)
     m_tabs->setObjectName(QStringLiteral("panelTabs"));
     m_tabs->setExpanding(false);
     m_tabs->setFocusPolicy(Qt::StrongFocus);
-    m_tabs->setUsesScrollButtons(true);
+    // In a narrow window every page stays one click away: titles shorten instead of tabs
+    // scrolling out of sight.
+    m_tabs->setUsesScrollButtons(false);
+    m_tabs->setElideMode(Qt::ElideRight);
     m_stack = new QStackedWidget(this);
     m_stack->setObjectName(QStringLiteral("panelPages"));
     m_noPage = new QLabel(tr("No page is available"), m_stack);

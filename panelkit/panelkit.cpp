@@ -193,7 +193,7 @@ QTabBar::tab {
     color: @textmuted;
     border: 1px solid @border;
     border-bottom: none;
-    padding: 7px 16px;
+    padding: 7px 12px;
     margin-right: 2px;
     border-top-left-radius: 4px;
     border-top-right-radius: 4px;

@@ -385,7 +385,7 @@ private slots:
         MainWindow window;
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        menuNamed(window, "fileMenu")->actions().first()->trigger();
+        window.findChild<QAction *>(QStringLiteral("exitAction"))->trigger();
         QTRY_VERIFY(!window.isVisible());
         // Closing takes the docks out of the window.
         QVERIFY(window.accessoryDocks().isEmpty());

@@ -3,6 +3,7 @@
 #include "velutraresponsedecoder.h"
 
 #include <QMetaMethod>
+#include <QLoggingCategory>
 #include <QtTest>
 
 #include <algorithm>
@@ -432,7 +433,7 @@ void TestControllerModule::unknownLaserWavelengthIsTraced_data()
     QTest::addColumn<int>("value");
     QTest::addColumn<QStringList>("messages");
     const QString trace = QStringLiteral(
-            "default: VelutraController::slotiWavelenghtVTXChanged Wavelength unknown: %1");
+            "velutra.controller: VelutraController::slotiWavelenghtVTXChanged Wavelength unknown: %1");
     QTest::newRow("0") << 0 << QStringList{};
     QTest::newRow("2") << 2 << QStringList{};
     QTest::newRow("5") << 5 << QStringList{trace.arg(5)};
@@ -447,9 +448,12 @@ void TestControllerModule::unknownLaserWavelengthIsTraced()
     VelutraController controller(nullptr, nullptr, nullptr, nullptr);
     SignalRecorder recorder(&controller);
     s_messages.clear();
+    // The controller's traces are off unless a service engineer asks for them.
+    QLoggingCategory::setFilterRules(QStringLiteral("velutra.controller.debug=true"));
     const QtMessageHandler previous = qInstallMessageHandler(collectMessage);
     controller.slotiWavelenghtVTXChanged(value);
     qInstallMessageHandler(previous);
+    QLoggingCategory::setFilterRules(QString());
     QCOMPARE(s_messages, messages);
     QCOMPARE(recorder.takeAll(),
              QStringList{QStringLiteral("setWavelengthSelector(%1)").arg(value)});
