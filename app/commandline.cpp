@@ -31,6 +31,19 @@ void configure(QCommandLineParser &parser)
                                         "would (a name such as ttyUSB0 or a path such as "
                                         "/dev/ttyUSB0)."),
             QCoreApplication::translate("CommandLine", "port")));
+    // Recording, as the Recording menu would start it.
+    parser.addOption(QCommandLineOption(
+            QString::fromLatin1(TrafficLogOption),
+            QCoreApplication::translate("CommandLine",
+                                        "Append every line sent to and received from the laser "
+                                        "to <file> from the start."),
+            QCoreApplication::translate("CommandLine", "file")));
+    parser.addOption(QCommandLineOption(
+            QString::fromLatin1(RecordOption),
+            QCoreApplication::translate("CommandLine",
+                                        "Record the laser's values to the CSV file <file> from "
+                                        "the start."),
+            QCoreApplication::translate("CommandLine", "file")));
 }
 
 bool needsWindow(int argc, char **argv)

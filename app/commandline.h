@@ -11,6 +11,8 @@ namespace CommandLine {
 
 inline constexpr char ConnectOption[] = "connect";
 inline constexpr char ListPortsOption[] = "list-ports";
+inline constexpr char TrafficLogOption[] = "traffic-log";
+inline constexpr char RecordOption[] = "record";
 
 void configure(QCommandLineParser &parser);
 

@@ -8,6 +8,7 @@
 #include "maincontrolpanel.h"
 #include "optionsdialog.h"
 #include "panelkit.h"
+#include "recordingservice.h"
 #include "serialmonitor.h"
 #include "serialportlist.h"
 #include "velutracontroller.h"
@@ -101,6 +102,7 @@ MainWindow::MainWindow(QWidget *parent)
 
     createActions();
     createMenus();
+    setupRecording();
     statusBar();
 
     restoreMainWindowState();
@@ -280,6 +282,7 @@ void MainWindow::onPortsOpened(QString name)
         m_controller->deleteLater();
     }
     m_controller = new VelutraController(this, m_controlPanel, m_serialHandler, this);
+    m_recording->attachController(m_controller);
     if (m_serialMonitor) {
         connect(m_serialMonitor, SIGNAL(sigSendCommand(QByteArray)), m_controller,
                 SLOT(slotSendManualCommand(QByteArray)));

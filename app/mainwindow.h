@@ -10,7 +10,9 @@ class QAction;
 class QMenu;
 class QSignalMapper;
 class QThread;
+class RecordingService;
 class SerialMonitor;
+class TrendsPage;
 class VelutraController;
 class VelutraSerialHandler;
 
@@ -29,6 +31,13 @@ public:
 
     // What choosing "Open <name>" in the Connect menu does (command line --connect).
     void connectToPort(const QString &name);
+
+    // ---- Recording (mainwindow_recording.cpp) ----
+    // What the Recording menu does once a file is chosen (command line --traffic-log, --record).
+    bool startTrafficLog(const QString &path);
+    bool startValueRecording(const QString &path);
+    RecordingService *recording() const;
+    TrendsPage *trendsPage() const;
 
 signals:
     void sigOpenCommunication(QString name);
@@ -59,6 +68,11 @@ protected:
 private:
     void createActions();
     void createMenus();
+    void setupRecording();
+    void chooseTrafficLog(bool record);
+    void chooseValueRecording(bool record);
+    void chooseRecordingInterval();
+    void chooseRecordingFolder();
 
     QString m_portName;
     QMenu *m_connectMenu = nullptr;
@@ -74,6 +88,11 @@ private:
     QAction *m_exitAction = nullptr;
     QAction *m_aboutAction = nullptr;
     QAction *m_helpManualAction = nullptr;
+    // Recording outlives connections; each new controller is attached to it.
+    RecordingService *m_recording = nullptr;
+    QPointer<TrendsPage> m_trendsPage;
+    QAction *m_recordTrafficAction = nullptr;
+    QAction *m_recordValuesAction = nullptr;
 };
 
 #endif // MAINWINDOW_H

@@ -6,8 +6,7 @@ QuantityTap::QuantityTap(int quantity, Sink sink, QObject *parent)
     : QObject(parent)
     , m_quantity(quantity)
     , m_sink(std::move(sink))
-{
-}
+{ }
 
 void QuantityTap::takeDouble(double value)
 {

@@ -33,10 +33,10 @@ void setFolder(const QString &folder)
 
 int intervalMs()
 {
-    const int stored = QSettings()
-                               .value(QString::fromLatin1(IntervalKey),
-                                      ValueRecorder::DefaultIntervalMs)
-                               .toInt();
+    const int stored
+            = QSettings()
+                      .value(QString::fromLatin1(IntervalKey), ValueRecorder::DefaultIntervalMs)
+                      .toInt();
     return qMax(stored, ValueRecorder::MinimumIntervalMs);
 }
 

@@ -35,8 +35,7 @@ int hexValue(char digit)
 
 TrafficLogWriter::TrafficLogWriter(QObject *parent)
     : QObject(parent)
-{
-}
+{ }
 
 TrafficLogWriter::~TrafficLogWriter()
 {
@@ -110,8 +109,8 @@ QByteArray TrafficLogWriter::escaped(const QByteArray &bytes)
             text.append(byte);
         } else {
             const auto value = static_cast<unsigned char>(byte);
-            const char escape[] = {EscapeOpen, digits[value >> 4], digits[value & 0x0f], 'h',
-                                   EscapeClose};
+            const char escape[]
+                    = {EscapeOpen, digits[value >> 4], digits[value & 0x0f], 'h', EscapeClose};
             text.append(escape, sizeof(escape));
         }
     }
@@ -148,8 +147,7 @@ void TrafficLogWriter::slotBytesTransmitted(const QString &tag, const QByteArray
     writeLine(tag, TransmitMark, bytes);
 }
 
-void TrafficLogWriter::writeLine(const QString &tag, const char *direction,
-                                 const QByteArray &bytes)
+void TrafficLogWriter::writeLine(const QString &tag, const char *direction, const QByteArray &bytes)
 {
     if (!m_file.isOpen()) {
         return;
@@ -165,8 +163,8 @@ void TrafficLogWriter::writeLine(const QString &tag, const char *direction,
         const QString name = m_file.fileName();
         const QString reason = m_file.errorString();
         m_file.close();
-        emit sigStatusMessage(tr("Traffic log: writing to %1 failed: %2. Recording stopped.")
-                                      .arg(name, reason));
+        emit sigStatusMessage(
+                tr("Traffic log: writing to %1 failed: %2. Recording stopped.").arg(name, reason));
         emit sigStatusChanged(false, QString());
         return;
     }

@@ -48,7 +48,8 @@ void TrendsModel::append(qint64 msecsSinceEpoch, const float *values)
     m_times[static_cast<size_t>(slot)] = msecsSinceEpoch;
     for (int series = 0; series < m_seriesCount; ++series) {
         m_values[static_cast<size_t>(series) * static_cast<size_t>(m_capacity)
-                 + static_cast<size_t>(slot)] = values[series];
+                 + static_cast<size_t>(slot)]
+                = values[series];
     }
     if (m_size < m_capacity) {
         ++m_size;
@@ -120,11 +121,9 @@ QVector<QPointF> TrendsModel::decimated(int series, qint64 from, qint64 to, int 
         }
         const int firstIndex = qMin(minIndex, maxIndex);
         const int secondIndex = qMax(minIndex, maxIndex);
-        points.append(QPointF(double(time(firstIndex)),
-                              double(base[physical(firstIndex)])));
+        points.append(QPointF(double(time(firstIndex)), double(base[physical(firstIndex)])));
         if (secondIndex != firstIndex) {
-            points.append(QPointF(double(time(secondIndex)),
-                                  double(base[physical(secondIndex)])));
+            points.append(QPointF(double(time(secondIndex)), double(base[physical(secondIndex)])));
         }
         minIndex = -1;
         maxIndex = -1;

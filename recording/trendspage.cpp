@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QGraphicsLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -66,24 +67,15 @@ struct SeriesLook
 // Set-points dashed in a darker shade of their oven's colour; power in the colour of its
 // wavelength as far as a screen allows.
 const SeriesLook s_looks[] = {
-        {"Measured power IR", 0x8b0000, false},
-        {"Measured power green", 0x1a9641, false},
-        {"Measured power UV", 0x6a3d9a, false},
-        {"Oven 1 set-point", 0xb2182b, true},
-        {"Oven 1 actual", 0xe34a33, false},
-        {"Oven 2 set-point", 0x2166ac, true},
-        {"Oven 2 actual", 0x4393c3, false},
-        {"Humidity", 0x01665e, false},
-        {"Temperature 1", 0x8c510a, false},
-        {"Temperature 2", 0xbf812d, false},
-        {"Temperature 3", 0x35978f, false},
-        {"Temperature 4", 0x80cdc1, false},
-        {"Temperature 5", 0x762a83, false},
-        {"Temperature 6", 0x9970ab, false},
-        {"Temperature 7", 0x5aae61, false},
-        {"Temperature 8", 0x7f7f7f, false},
-        {"Temperature 9", 0xd6604d, false},
-        {"Temperature 10", 0x4d4d4d, false},
+        {"Measured power IR", 0x8b0000, false}, {"Measured power green", 0x1a9641, false},
+        {"Measured power UV", 0x6a3d9a, false}, {"Oven 1 set-point", 0xb2182b, true},
+        {"Oven 1 actual", 0xe34a33, false},     {"Oven 2 set-point", 0x2166ac, true},
+        {"Oven 2 actual", 0x4393c3, false},     {"Humidity", 0x01665e, false},
+        {"Temperature 1", 0x8c510a, false},     {"Temperature 2", 0xbf812d, false},
+        {"Temperature 3", 0x35978f, false},     {"Temperature 4", 0x80cdc1, false},
+        {"Temperature 5", 0x762a83, false},     {"Temperature 6", 0x9970ab, false},
+        {"Temperature 7", 0x5aae61, false},     {"Temperature 8", 0x7f7f7f, false},
+        {"Temperature 9", 0xd6604d, false},     {"Temperature 10", 0x4d4d4d, false},
 };
 
 SeriesLook lookOf(const char *name)
@@ -411,9 +403,7 @@ QString TrendsPage::readoutAt(qint64 msecsSinceEpoch) const
                                      ? QStringLiteral("–")
                                      : QString::number(double(value), 'g', 6) + QLatin1Char(' ')
                                                + QString::fromUtf8(
-                                                       RecordedQuantities::all()
-                                                               .at(quantity)
-                                                               .unit);
+                                                       RecordedQuantities::all().at(quantity).unit);
         parts.append(QString::fromUtf8(quantityOfSeries(series).name) + QStringLiteral(": ")
                      + text.trimmed());
     }
@@ -450,8 +440,8 @@ void TrendsPage::onWindowChosen(int index)
 
 bool TrendsPage::exportPlot(const QString &path)
 {
-    const bool pdf = QFileInfo(path).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive)
-                     == 0;
+    const bool pdf
+            = QFileInfo(path).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) == 0;
     if (pdf) {
         QPdfWriter writer(path);
         writer.setPageSize(QPageSize(QPageSize::A4));
@@ -488,8 +478,9 @@ bool TrendsPage::exportData(const QString &path)
     for (int series = 0; series < m_lines.size(); ++series) {
         if (m_lines.at(series)->isVisible()) {
             shown.append(series);
-            text += QLatin1Char(',') + ValueRecorder::csvField(RecordedQuantities::header(
-                                               RecordedQuantities::trendIndexes().at(series)));
+            text += QLatin1Char(',')
+                    + ValueRecorder::csvField(RecordedQuantities::header(
+                            RecordedQuantities::trendIndexes().at(series)));
         }
     }
     text += QStringLiteral("\r\n");

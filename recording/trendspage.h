@@ -33,8 +33,8 @@ class TrendsPage : public QWidget
     Q_OBJECT
 
 public:
-    static constexpr qint64 WindowsMs[] = {5LL * 60 * 1000, 60LL * 60 * 1000,
-                                            8LL * 60 * 60 * 1000, 24LL * 60 * 60 * 1000};
+    static constexpr qint64 WindowsMs[]
+            = {5LL * 60 * 1000, 60LL * 60 * 1000, 8LL * 60 * 60 * 1000, 24LL * 60 * 60 * 1000};
 
     explicit TrendsPage(TrendsModel *model, QWidget *parent = nullptr);
 

@@ -85,24 +85,24 @@ QStringList ValueRecorder::attachSources(QObject *decoder, QObject *controller)
     const QVector<RecordedQuantities::Quantity> &quantities = RecordedQuantities::all();
     for (int i = 0; i < quantities.size(); ++i) {
         const RecordedQuantities::Quantity &quantity = quantities.at(i);
-        QObject *sender = quantity.source == RecordedQuantities::Source::Decoder ? decoder
-                                                                                 : controller;
+        QObject *sender
+                = quantity.source == RecordedQuantities::Source::Decoder ? decoder : controller;
         if (!sender) {
             continue;
         }
         const int signalIndex = findSignal(sender->metaObject(), quantity.signal);
-        const int slotIndex = signalIndex < 0
-                                      ? -1
-                                      : findTapSlot(sender->metaObject()
-                                                            ->method(signalIndex)
-                                                            .parameterTypes()
-                                                            .constFirst());
+        const int slotIndex = signalIndex < 0 ? -1
+                                              : findTapSlot(sender->metaObject()
+                                                                    ->method(signalIndex)
+                                                                    .parameterTypes()
+                                                                    .constFirst());
         if (slotIndex < 0) {
             missing.append(QString::fromLatin1(quantity.signal));
             continue;
         }
         m_connections.append(connect(sender, sender->metaObject()->method(signalIndex),
-                                     m_taps.at(i), QuantityTap::staticMetaObject.method(slotIndex)));
+                                     m_taps.at(i),
+                                     QuantityTap::staticMetaObject.method(slotIndex)));
     }
     if (!missing.isEmpty()) {
         emit sigStatusMessage(
