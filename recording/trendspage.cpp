@@ -18,7 +18,7 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPixmap>
-#include <QSplitter>
+#include <QStyle>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -47,14 +47,15 @@ struct PlotSpec
     RecordedQuantities::TrendGroup group;
     const char *title;
     const char *unit;
-    // Share of the page's height.
+    // Share of the page's height, and value ticks.
     int stretch;
+    int ticks;
 };
 
 const PlotSpec s_plotSpecs[] = {
-        {RecordedQuantities::TrendGroup::Temperature, "Temperatures", "°C", 3},
-        {RecordedQuantities::TrendGroup::Humidity, "Humidity", "%", 1},
-        {RecordedQuantities::TrendGroup::Power, "Measured output power", "W", 2},
+        {RecordedQuantities::TrendGroup::Temperature, "Temperature", "°C", 5, 6},
+        {RecordedQuantities::TrendGroup::Humidity, "Humidity", "% RH", 2, 3},
+        {RecordedQuantities::TrendGroup::Power, "Output power", "W", 3, 5},
 };
 
 struct SeriesLook
@@ -143,7 +144,6 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
 
     m_seriesList = new QListWidget(this);
     m_seriesList->setObjectName(QStringLiteral("seriesList"));
-    m_seriesList->setMaximumWidth(220);
 
     m_plotArea = new QWidget(this);
     m_plotArea->setObjectName(QStringLiteral("plotArea"));
@@ -176,6 +176,11 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
         item->setCheckState(shown ? Qt::Checked : Qt::Unchecked);
         m_lines.at(series)->setVisible(shown);
     }
+    // Wide enough for every name, so that the list never needs a horizontal scroll bar.
+    m_seriesList->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_seriesList->setFixedWidth(m_seriesList->sizeHintForColumn(0) + 2 * m_seriesList->frameWidth()
+                                + m_seriesList->style()->pixelMetric(QStyle::PM_ScrollBarExtent)
+                                + 4);
     connect(m_seriesList, &QListWidget::itemChanged, this, &TrendsPage::onItemChanged);
 
     const int window = qBound(0, RecordingSettings::trendWindow(), int(std::size(WindowsMs)) - 1);
@@ -203,7 +208,6 @@ void TrendsPage::buildPlots()
     for (const PlotSpec &spec : s_plotSpecs) {
         Plot plot;
         plot.chart = new QChart;
-        plot.chart->setTitle(QString::fromUtf8(spec.title));
         plot.chart->legend()->hide();
         plot.chart->setMargins(QMargins(4, 0, 4, 0));
         plot.chart->layout()->setContentsMargins(0, 0, 0, 0);
@@ -211,7 +215,11 @@ void TrendsPage::buildPlots()
         plot.timeAxis = new QDateTimeAxis(plot.chart);
         plot.timeAxis->setTickCount(TimeTicks);
         plot.valueAxis = new QValueAxis(plot.chart);
+        // The unit tells the plots apart; a chart title would cost each plot a line of height,
+        // and a longer axis title does not fit beside the short humidity plot.
         plot.valueAxis->setTitleText(QString::fromUtf8(spec.unit));
+        plot.chart->setToolTip(QString::fromUtf8(spec.title));
+        plot.valueAxis->setTickCount(spec.ticks);
         plot.valueAxis->setLabelFormat(QStringLiteral("%.4g"));
         plot.chart->addAxis(plot.timeAxis, Qt::AlignBottom);
         plot.chart->addAxis(plot.valueAxis, Qt::AlignLeft);
@@ -343,7 +351,10 @@ void TrendsPage::redraw()
             top = 1.0;
         }
         const double margin = qMax((top - bottom) * RangeMargin, 0.5 * RangeMargin);
-        plot.valueAxis->setRange(bottom - margin, top + margin);
+        // Temperatures, humidity and power that are all positive keep zero as the floor
+        // rather than a margin that reads as a negative value.
+        const double floor = bottom >= 0.0 ? qMax(bottom - margin, 0.0) : bottom - margin;
+        plot.valueAxis->setRange(floor, top + margin);
         plot.valueAxis->applyNiceNumbers();
     }
 }

@@ -298,7 +298,10 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
                && values->value(columnOf("Status word")) == 9.0
                && values->value(columnOf("Division factor")) == 1.0;
     };
+    QElapsedTimer clock;
+    clock.start();
     QTRY_VERIFY_WITH_TIMEOUT(known(), 30000);
+    qInfo("first connection: known values after %lld ms", clock.elapsed());
     QTest::qWait(300);
 
     control("unplug");
@@ -309,7 +312,9 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
     QVERIFY(second.startsWith(QLatin1Char('/')));
     emit sigOpenCommunication(second);
     QTRY_VERIFY_WITH_TIMEOUT(m_open, 10000);
-    QTRY_VERIFY_WITH_TIMEOUT(known(), 30000);
+    clock.restart();
+    QTRY_VERIFY_WITH_TIMEOUT(known(), 45000);
+    qInfo("second connection: known values after %lld ms", clock.elapsed());
     QTest::qWait(300);
     values->stopFile();
 
@@ -334,6 +339,7 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
     QVERIFY(empty(rows.at(1)));
     int phase = 0;
     int filledRows = 0;
+    int ovenRows = 0;
     for (int i = 1; i < rows.size(); ++i) {
         const QStringList &row = rows.at(i);
         const bool complete = cell(row, "Oven 1 set-point") == QLatin1String("150")
@@ -344,7 +350,12 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
                               && cell(row, "Module error code") == QLatin1String("0");
         if (complete) {
             ++filledRows;
-            QVERIFY(std::abs(cell(row, "Oven 1 actual").toDouble() - 24.5) < 2.0);
+            bool number = false;
+            const double oven = cell(row, "Oven 1 actual").toDouble(&number);
+            if (number) {
+                ++ovenRows;
+                QVERIFY(oven > 20.0 && oven < 155.0);
+            }
             if (phase == 0 || phase == 2) {
                 ++phase;
             }
@@ -354,6 +365,7 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
     }
     QCOMPARE(phase, 3);
     QVERIFY(filledRows >= 4);
+    QVERIFY(ovenRows >= 2);
 }
 
 void TestRecordingWithSimulator::trendsFillWhileTheOvensWarmUp()
@@ -386,18 +398,20 @@ void TestRecordingWithSimulator::trendsFillWhileTheOvensWarmUp()
     QVERIFY(QTest::qWaitForWindowExposed(&page));
 
     QTRY_VERIFY_WITH_TIMEOUT(m_linkUp && m_controller, 20000);
+    // The module starts heating at power-up; let it cool to near room temperature first.
+    const int oven1Column = columnOf("Oven 1 actual");
+    m_controller->slotSendManualCommand("ls_enable=2\n");
+    QTRY_VERIFY_WITH_TIMEOUT(values->value(oven1Column) < 35.0, 30000);
+    const int warmUpStart = model.size() - 1;
+    const qint64 warmUpTime = model.time(warmUpStart);
     m_controller->slotSendManualCommand("ls_enable=4\n");
-    const int oven1 = RecordedQuantities::trendIndexes().indexOf(columnOf("Oven 1 actual"));
     // Five minutes of device time.
-    QTRY_VERIFY_WITH_TIMEOUT(
-            model.size() > 0 && model.time(model.size() - 1) - origin > 5 * 60 * 1000, 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(model.time(model.size() - 1) - warmUpTime > 5 * 60 * 1000, 30000);
     page.redraw();
+    const int oven1 = RecordedQuantities::trendIndexes().indexOf(oven1Column);
     QVERIFY(page.drawnPointCount(oven1) > 20);
     // The oven warmed up from room temperature towards its set-point of 150 °C.
-    float first = std::numeric_limits<float>::quiet_NaN();
-    for (int i = 0; i < model.size() && std::isnan(first); ++i) {
-        first = model.value(oven1, i);
-    }
+    const float first = model.value(oven1, warmUpStart);
     const float last = model.value(oven1, model.size() - 1);
     QVERIFY2(first < 40.0f && last > 140.0f,
              qPrintable(QStringLiteral("%1 -> %2").arg(double(first)).arg(double(last))));
