@@ -50,6 +50,14 @@ void MainWindow::setupRecording()
     connect(m_trendsPage, &TrendsPage::sigStatusMessage, this, &MainWindow::slotWriteLogLine);
     QDockWidget *trendsDock
             = createGenericDockWidget(m_trendsPage, tr("Trends"), Qt::BottomDockWidgetArea, false);
+    // A tab beside the serial monitor: both want the window's width, neither its height.
+    const QList<QDockWidget *> docks = accessoryDocks();
+    for (QDockWidget *dock : docks) {
+        if (dock->widget() == m_serialMonitor) {
+            tabifyDockWidget(dock, trendsDock);
+            dock->raise();
+        }
+    }
 
     QMenu *menu = new QMenu(tr("&Recording"), this);
     menu->setObjectName(QStringLiteral("recordingMenu"));

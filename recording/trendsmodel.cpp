@@ -109,33 +109,55 @@ QVector<QPointF> TrendsModel::decimated(int series, qint64 from, qint64 to, int 
     const int last = qMin(lowerBound(to) + 1, m_size);
     points.reserve(2 * qMin(bins + 2, last - first) + 2);
 
-    const double span = double(to - from);
     const float *base = m_values.data() + static_cast<size_t>(series) * size_t(m_capacity);
-    qint64 currentBin = std::numeric_limits<qint64>::min();
+    const double span = double(to - from);
+    // Bin edges are found by comparing times with the next edge, not by dividing for every
+    // sample: a 24 h pass over every series is most of a frame's budget otherwise.
+    qint64 bin = static_cast<qint64>(std::floor(double(time(first) - from) * bins / span));
+    const auto edgeAfter = [&](qint64 index) {
+        return from + static_cast<qint64>(std::ceil(double(index + 1) * span / bins));
+    };
+    qint64 nextEdge = edgeAfter(bin);
     int minIndex = -1;
     int maxIndex = -1;
+    float minValue = 0.0f;
+    float maxValue = 0.0f;
     bool gapPending = false;
+    const auto add = [&points](double x, double y) {
+        // A flat run needs only its ends: the middle point of three equal ones moves.
+        const int count = points.size();
+        if (count >= 2 && points.at(count - 1).y() == y && points.at(count - 2).y() == y) {
+            points.last().setX(x);
+        } else {
+            points.append(QPointF(x, y));
+        }
+    };
     const auto flush = [&] {
         if (minIndex < 0) {
             return;
         }
         const int firstIndex = qMin(minIndex, maxIndex);
         const int secondIndex = qMax(minIndex, maxIndex);
-        points.append(QPointF(double(time(firstIndex)), double(base[physical(firstIndex)])));
+        add(double(time(firstIndex)), double(firstIndex == minIndex ? minValue : maxValue));
         if (secondIndex != firstIndex) {
-            points.append(QPointF(double(time(secondIndex)), double(base[physical(secondIndex)])));
+            add(double(time(secondIndex)), double(secondIndex == minIndex ? minValue : maxValue));
         }
         minIndex = -1;
         maxIndex = -1;
     };
+    // The ring in at most two runs of memory.
     for (int index = first; index < last; ++index) {
-        const qint64 t = time(index);
-        const qint64 bin = static_cast<qint64>(std::floor(double(t - from) * bins / span));
-        if (bin != currentBin) {
+        const int slot = physical(index);
+        const qint64 t = m_times[static_cast<size_t>(slot)];
+        if (t >= nextEdge) {
             flush();
-            currentBin = bin;
+            bin = static_cast<qint64>(std::floor(double(t - from) * bins / span));
+            nextEdge = edgeAfter(bin);
+            while (nextEdge <= t) {
+                nextEdge = edgeAfter(++bin);
+            }
         }
-        const float v = base[physical(index)];
+        const float v = base[slot];
         if (std::isnan(v)) {
             gapPending = true;
             continue;
@@ -147,11 +169,17 @@ QVector<QPointF> TrendsModel::decimated(int series, qint64 from, qint64 to, int 
             }
             gapPending = false;
         }
-        if (minIndex < 0 || v < base[physical(minIndex)]) {
+        if (minIndex < 0) {
             minIndex = index;
-        }
-        if (maxIndex < 0 || v > base[physical(maxIndex)]) {
             maxIndex = index;
+            minValue = v;
+            maxValue = v;
+        } else if (v < minValue) {
+            minIndex = index;
+            minValue = v;
+        } else if (v > maxValue) {
+            maxIndex = index;
+            maxValue = v;
         }
     }
     flush();

@@ -242,8 +242,11 @@ void TrendsPage::buildPlots()
         const SeriesLook look = lookOf(quantity.name);
         auto *line = new QLineSeries(m_plots.at(plotIndex).chart);
         line->setName(QString::fromUtf8(quantity.name));
+        // Cosmetic one-pixel lines take the painter's fast path; wider ones cost a stroke
+        // per segment, which at thousands of points a line is most of a frame.
         QPen pen(QColor(look.colour));
-        pen.setWidthF(1.5);
+        pen.setWidth(1);
+        pen.setCosmetic(true);
         pen.setStyle(look.dashed ? Qt::DashLine : Qt::SolidLine);
         line->setPen(pen);
         m_plots.at(plotIndex).chart->addSeries(line);
@@ -302,9 +305,14 @@ void TrendsPage::goLive()
 
 void TrendsPage::onAppended()
 {
-    if (!m_redrawTimer->isActive()) {
-        m_redrawTimer->start();
+    if (m_redrawTimer->isActive()) {
+        return;
     }
+    // Live, the picture moves by one pixel column per window / width: redrawing sooner
+    // would show the same picture. A 24 h window is then redrawn about once a minute.
+    const int width = qMax(int(m_plots.constFirst().chart->plotArea().width()), 1);
+    const qint64 perColumn = (m_end - m_start) / width;
+    m_redrawTimer->start(int(qBound(qint64(RedrawDelayMs), perColumn, qint64(60000))));
 }
 
 void TrendsPage::redraw()
@@ -318,24 +326,30 @@ void TrendsPage::redraw()
     }
     QVector<double> low(m_plots.size(), std::numeric_limits<double>::infinity());
     QVector<double> high(m_plots.size(), -std::numeric_limits<double>::infinity());
+    QVector<QVector<QPointF>> pending(m_lines.size());
     for (int series = 0; series < m_lines.size(); ++series) {
-        QLineSeries *line = m_lines.at(series);
-        if (!line->isVisible()) {
-            line->clear();
+        if (!m_lines.at(series)->isVisible()) {
             continue;
         }
         const int plotIndex = m_plotOfSeries.at(series);
-        const int bins = qMax(int(m_plots.at(plotIndex).chart->plotArea().width()), 1);
-        const QVector<QPointF> points
+        const int bins = int(m_plots.at(plotIndex).chart->plotArea().width());
+        pending[series]
                 = m_model->decimated(series, m_start, m_end, bins > 1 ? bins : FallbackBins);
-        for (const QPointF &point : points) {
+        for (const QPointF &point : qAsConst(pending.at(series))) {
             if (std::isfinite(point.y()) && point.x() >= double(m_start)
                 && point.x() <= double(m_end)) {
                 low[plotIndex] = qMin(low.at(plotIndex), point.y());
                 high[plotIndex] = qMax(high.at(plotIndex), point.y());
             }
         }
-        line->replace(points);
+    }
+    // Every axis change makes the library lay out each line of the plot again, and that
+    // dominates a frame; emptied lines make the axis changes cheap, so each line is laid out
+    // once, when its new points arrive.
+    for (QLineSeries *line : qAsConst(m_lines)) {
+        if (line->count() > 0) {
+            line->clear();
+        }
     }
     const bool longWindow = m_end - m_start > WindowsMs[1];
     for (int i = 0; i < m_plots.size(); ++i) {
@@ -356,6 +370,11 @@ void TrendsPage::redraw()
         const double floor = bottom >= 0.0 ? qMax(bottom - margin, 0.0) : bottom - margin;
         plot.valueAxis->setRange(floor, top + margin);
         plot.valueAxis->applyNiceNumbers();
+    }
+    for (int series = 0; series < m_lines.size(); ++series) {
+        if (!pending.at(series).isEmpty()) {
+            m_lines.at(series)->replace(pending.at(series));
+        }
     }
 }
 

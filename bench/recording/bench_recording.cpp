@@ -131,30 +131,47 @@ int main(int argc, char **argv)
         }
         model.append(start + qint64(i) * 1000, row);
     }
+    // Plot size from the command line (width height), default 1600 x 900.
+    const QStringList arguments = application.arguments();
+    const QSize size = arguments.size() > 2
+                               ? QSize(arguments.at(1).toInt(), arguments.at(2).toInt())
+                               : QSize(1600, 900);
     TrendsPage page(&model);
     page.setWindowIndex(3);
     for (int s = 0; s < seriesCount; ++s) {
         page.setSeriesShown(s, true);
     }
-    page.resize(1600, 900);
+    page.resize(size);
     page.show();
     application.processEvents();
-    static constexpr int Frames = 20;
-    qint64 decimateAndSet = 0;
-    qint64 paint = 0;
     QPixmap target(page.size());
-    for (int i = 0; i < Frames; ++i) {
-        clock.restart();
-        page.redraw();
-        decimateAndSet += clock.nsecsElapsed();
-        clock.restart();
-        page.render(&target);
-        paint += clock.nsecsElapsed();
+    const auto measure = [&](const QString &what) {
+        static constexpr int Frames = 20;
+        qint64 update = 0;
+        qint64 paint = 0;
+        for (int i = 0; i < Frames; ++i) {
+            clock.restart();
+            page.redraw();
+            update += clock.nsecsElapsed();
+            clock.restart();
+            page.render(&target);
+            paint += clock.nsecsElapsed();
+        }
+        out << "Trends frame, " << what << ", " << size.width() << "x" << size.height() << ": "
+            << double(update) / Frames / 1e6 << " ms decimate and update + "
+            << double(paint) / Frames / 1e6
+            << " ms paint = " << double(update + paint) / Frames / 1e6 << " ms ("
+            << page.drawnPointCount(0) << " points a line)\n";
+    };
+    measure(QStringLiteral("24 h x %1 series").arg(seriesCount));
+    for (int s = 15; s < seriesCount; ++s) {
+        page.setSeriesShown(s, false);
     }
-    out << "Trends redraw, 24 h x " << seriesCount << " series (" << model.size()
-        << " samples each), 1600x900: " << double(decimateAndSet) / Frames / 1e6
-        << " ms decimate and update + " << double(paint) / Frames / 1e6
-        << " ms paint = " << double(decimateAndSet + paint) / Frames / 1e6 << " ms a frame\n";
-    out << "Points drawn per series: " << page.drawnPointCount(0) << "\n";
+    measure(QStringLiteral("24 h x 15 series"));
+    page.setWindowIndex(0);
+    measure(QStringLiteral("live 5 min x 15 series"));
+    for (int s = 15; s < seriesCount; ++s) {
+        page.setSeriesShown(s, true);
+    }
     return 0;
 }

@@ -418,7 +418,10 @@ void TestRecordingWithSimulator::trendsFillWhileTheOvensWarmUp()
 
     const QImage shot = page.grab().toImage();
     QVERIFY(!shot.isNull());
-    const QString folder = qEnvironmentVariable("VELUTRA_SCREENSHOT_DIR");
+    QString folder = qEnvironmentVariable("VELUTRA_SCREENSHOT_DIR");
+    if (folder.isEmpty() && qEnvironmentVariableIsSet("VELUTRA_BUILD_DIR")) {
+        folder = qEnvironmentVariable("VELUTRA_BUILD_DIR") + QStringLiteral("/screenshots");
+    }
     if (!folder.isEmpty()) {
         QDir().mkpath(folder);
         QVERIFY(shot.save(QDir(folder).filePath(QStringLiteral("trends-page.png"))));
