@@ -224,7 +224,7 @@ void TrendsPage::buildPlots()
         plot.chart->addAxis(plot.timeAxis, Qt::AlignBottom);
         plot.chart->addAxis(plot.valueAxis, Qt::AlignLeft);
         plot.view = new TrendChartView(plot.chart, m_plotArea);
-        plot.view->setMinimumHeight(120);
+        plot.view->setMinimumHeight(50);
         connect(plot.view, &TrendChartView::sigZoomRequested, this, &TrendsPage::onZoom);
         connect(plot.view, &TrendChartView::sigPanRequested, this, &TrendsPage::onPan);
         connect(plot.view, &TrendChartView::sigCursorMoved, this, &TrendsPage::onCursor);
@@ -303,9 +303,16 @@ void TrendsPage::goLive()
     setRange(end - WindowsMs[m_windowCombo->currentIndex()], end);
 }
 
+void TrendsPage::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    redraw();
+}
+
 void TrendsPage::onAppended()
 {
-    if (m_redrawTimer->isActive()) {
+    // A hidden page (closed dock, another tab in front) draws nothing; showing it redraws.
+    if (m_redrawTimer->isActive() || !isVisible()) {
         return;
     }
     // Live, the picture moves by one pixel column per window / width: redrawing sooner

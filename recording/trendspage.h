@@ -63,6 +63,9 @@ public slots:
 signals:
     void sigStatusMessage(const QString &message);
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private slots:
     void onAppended();
     void onZoom(double factor, double centreMs);

@@ -164,6 +164,7 @@ bool TestRecordingWithSimulator::start(const QStringList &simulatorArguments)
     });
     connect(m_handler, &VelutraSerialHandler::sigCommunicationClosed, this, [this] {
         m_open = false;
+        m_linkUp = false;
         if (m_controller) {
             m_controller->disconnect(m_handler);
             m_controller->deleteLater();
@@ -224,6 +225,9 @@ void TestRecordingWithSimulator::trafficLogHoldsTheBytesOnTheWire()
                    QStringLiteral("--no-pacing"), QStringLiteral("--trace"), trace}));
     QVERIFY(m_recording->trafficLog()->start(logPath));
     QTRY_VERIFY_WITH_TIMEOUT(m_linkUp, 20000);
+    // The polling list runs: the status record has been answered.
+    const int statusWord = columnOf("Status word");
+    QTRY_VERIFY_WITH_TIMEOUT(m_recording->values()->value(statusWord) == 9.0, 20000);
 
     // The faults, each while the program polls: CR LF line ends, bytes that are no text, a
     // line that never ends.
@@ -246,7 +250,10 @@ void TestRecordingWithSimulator::trafficLogHoldsTheBytesOnTheWire()
     control("silent off");
     emit sigOpenCommunication(second);
     QTRY_VERIFY_WITH_TIMEOUT(m_open, 10000);
-    QTRY_VERIFY_WITH_TIMEOUT(m_linkUp, 20000);
+    QElapsedTimer clock;
+    clock.start();
+    QTRY_VERIFY_WITH_TIMEOUT(m_linkUp, 45000);
+    qInfo("link up %lld ms after the re-plug", clock.elapsed());
     QTest::qWait(500);
 
     control("silent on");
@@ -274,6 +281,8 @@ void TestRecordingWithSimulator::trafficLogHoldsTheBytesOnTheWire()
                 }();
             }(),
             10000);
+    qInfo("%d log lines, %lld bytes sent, %lld bytes received", lines, qint64(wireIn.size()),
+          qint64(wireOut.size()));
     QVERIFY(lines > 50);
     QVERIFY(wireOut.contains("\r\n"));
     QVERIFY(wireOut.contains(QByteArray(300, '\0')) || wireOut.size() > 300);
