@@ -146,9 +146,9 @@ private slots:
 
         QMenu *windowMenu = menuNamed(window, "windowMenu");
         emit windowMenu->aboutToShow();
-        QCOMPARE(actionTexts(windowMenu), (QStringList{QStringLiteral("Application Log"),
-                                                       QStringLiteral("Serial Monitor"),
-                                                       QStringLiteral("Trends")}));
+        QCOMPARE(actionTexts(windowMenu),
+                 (QStringList{QStringLiteral("Application Log"), QStringLiteral("Serial Monitor"),
+                              QStringLiteral("Trends")}));
 
         QVERIFY(logText().contains(
                 QStringLiteral("***** Application startup %1 *****")

@@ -43,11 +43,10 @@ private slots:
                 names << action->text();
             }
         }
-        QCOMPARE(names, (QStringList{QStringLiteral("Record values…"),
-                                     QStringLiteral("Record traffic…"),
-                                     QStringLiteral("Recording interval…"),
-                                     QStringLiteral("Recording folder…"),
-                                     QStringLiteral("Trends")}));
+        QCOMPARE(names,
+                 (QStringList{QStringLiteral("Record values…"), QStringLiteral("Record traffic…"),
+                              QStringLiteral("Recording interval…"),
+                              QStringLiteral("Recording folder…"), QStringLiteral("Trends")}));
         QVERIFY(window.trendsPage());
     }
 
