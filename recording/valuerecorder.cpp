@@ -212,7 +212,12 @@ void ValueRecorder::slotLinkUp(bool up)
 
 void ValueRecorder::recordRow()
 {
-    const QDateTime now = QDateTime::currentDateTime();
+    recordRowAt(QDateTime::currentDateTime());
+}
+
+void ValueRecorder::recordRowAt(const QDateTime &time)
+{
+    const QDateTime now = time.toLocalTime();
     emit sigSample(now.toMSecsSinceEpoch(), m_values);
     if (!m_file.isOpen()) {
         return;

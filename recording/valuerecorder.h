@@ -72,6 +72,8 @@ public slots:
     void slotLinkUp(bool up);
     // Makes a row now; the interval timer calls it.
     void recordRow();
+    // The same for a given time (a new file starts when its day differs from the file's).
+    void recordRowAt(const QDateTime &time);
 
 signals:
     void sigSample(qint64 msecsSinceEpoch, const QVector<double> &values);

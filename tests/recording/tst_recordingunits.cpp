@@ -62,6 +62,7 @@ private slots:
     void csvQuotesWhatNeedsIt();
     void timeIsIsoWithMillisecondsAndOffset();
     void rolloverAtSizeLimit();
+    void rolloverAtMidnight();
     void existingFileIsNeverOverwritten();
     void valueRecordingUnwritablePathIsReported();
 
@@ -311,6 +312,30 @@ void TestRecordingUnits::rolloverAtSizeLimit()
     // Each new file was announced with its name.
     QCOMPARE(changes.constLast().at(0).toBool(), false);
     QCOMPARE(changes.at(changes.size() - 2).at(1).toString(), dir.filePath(files.constLast()));
+}
+
+void TestRecordingUnits::rolloverAtMidnight()
+{
+    QTemporaryDir dir;
+    ValueRecorder recorder;
+    QVERIFY(recorder.startFile(dir.filePath(QStringLiteral("night.csv"))));
+    const QDate today = QDate::currentDate();
+    recorder.recordRowAt(QDateTime(today, QTime(23, 59, 59, 900)));
+    QCOMPARE(recorder.currentFileName(), dir.filePath(QStringLiteral("night.csv")));
+    recorder.recordRowAt(QDateTime(today.addDays(1), QTime(0, 0, 0, 100)));
+    QCOMPARE(recorder.currentFileName(), dir.filePath(QStringLiteral("night_0001.csv")));
+    recorder.recordRowAt(QDateTime(today.addDays(1), QTime(0, 0, 1, 100)));
+    recorder.stopFile();
+    QString error;
+    const QVector<QStringList> before
+            = readCsvWithPython(dir.filePath(QStringLiteral("night.csv")), &error);
+    const QVector<QStringList> after
+            = readCsvWithPython(dir.filePath(QStringLiteral("night_0001.csv")), &error);
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+    QCOMPARE(before.size(), 2);
+    QCOMPARE(after.size(), 3);
+    QVERIFY(before.at(1).at(0).contains(QStringLiteral("T23:59:59.900")));
+    QVERIFY(after.at(1).at(0).contains(QStringLiteral("T00:00:00.100")));
 }
 
 void TestRecordingUnits::existingFileIsNeverOverwritten()
