@@ -37,6 +37,19 @@ void configure(QCommandLineParser &parser)
                                         "Write the debug traces of every part of the program "
                                         "(velutra.*) to the daily log file. QT_LOGGING_RULES "
                                         "chooses finer, e.g. \"velutra.serial.debug=true\".")));
+    // Recording, as the Recording menu would start it.
+    parser.addOption(QCommandLineOption(
+            QString::fromLatin1(TrafficLogOption),
+            QCoreApplication::translate("CommandLine",
+                                        "Append every line sent to and received from the laser "
+                                        "to <file> from the start."),
+            QCoreApplication::translate("CommandLine", "file")));
+    parser.addOption(QCommandLineOption(
+            QString::fromLatin1(RecordOption),
+            QCoreApplication::translate("CommandLine",
+                                        "Record the laser's values to the CSV file <file> from "
+                                        "the start."),
+            QCoreApplication::translate("CommandLine", "file")));
 }
 
 bool needsWindow(int argc, char **argv)

@@ -12,6 +12,8 @@ namespace CommandLine {
 inline constexpr char ConnectOption[] = "connect";
 inline constexpr char ListPortsOption[] = "list-ports";
 inline constexpr char VerboseOption[] = "verbose";
+inline constexpr char TrafficLogOption[] = "traffic-log";
+inline constexpr char RecordOption[] = "record";
 
 void configure(QCommandLineParser &parser);
 

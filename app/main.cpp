@@ -46,6 +46,15 @@ int main(int argc, char *argv[])
                      });
     StartupProbe::installIfRequested(window);
     window->show();
+    // Recording starts before any port opens, so that the first bytes are in the log.
+    const QString trafficLog = parser.value(QString::fromLatin1(CommandLine::TrafficLogOption));
+    if (!trafficLog.isEmpty()) {
+        window->startTrafficLog(trafficLog);
+    }
+    const QString valueRecord = parser.value(QString::fromLatin1(CommandLine::RecordOption));
+    if (!valueRecord.isEmpty()) {
+        window->startValueRecording(valueRecord);
+    }
     const QString port = parser.value(QString::fromLatin1(CommandLine::ConnectOption));
     if (!port.isEmpty()) {
         QTimer::singleShot(0, window, [window, port] { window->connectToPort(port); });

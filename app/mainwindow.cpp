@@ -10,6 +10,7 @@
 #include "panelkit.h"
 #include "portreconnector.h"
 #include "reconnectoption.h"
+#include "recordingservice.h"
 #include "serialmonitor.h"
 #include "velutraappcategory.h"
 #include "serialportlist.h"
@@ -116,6 +117,7 @@ MainWindow::MainWindow(QWidget *parent)
 
     createActions();
     createMenus();
+    setupRecording();
     statusBar();
 
     restoreMainWindowState();
@@ -372,6 +374,7 @@ void MainWindow::onPortsOpened(QString name)
         m_controller->deleteLater();
     }
     m_controller = new VelutraController(this, m_controlPanel, m_serialHandler, this);
+    m_recording->attachController(m_controller);
     if (m_serialMonitor) {
         connect(m_serialMonitor, SIGNAL(sigSendCommand(QByteArray)), m_controller,
                 SLOT(slotSendManualCommand(QByteArray)));

@@ -12,7 +12,9 @@ class QAction;
 class QMenu;
 class QSignalMapper;
 class QThread;
+class RecordingService;
 class SerialMonitor;
+class TrendsPage;
 class VelutraController;
 class VelutraSerialHandler;
 
@@ -41,6 +43,12 @@ public:
     // enough for a laser that was only busy, and a port that stays dumb longer than that is
     // more likely a hung adapter, which only a fresh open can cure.
     static constexpr int LinkRecoveryMs = 12000;
+    // ---- Recording (mainwindow_recording.cpp) ----
+    // What the Recording menu does once a file is chosen (command line --traffic-log, --record).
+    bool startTrafficLog(const QString &path);
+    bool startValueRecording(const QString &path);
+    RecordingService *recording() const;
+    TrendsPage *trendsPage() const;
 
 signals:
     void sigOpenCommunication(QString name);
@@ -80,6 +88,11 @@ private:
     void stopReconnecting();
     void dropController();
     void shutDownLink();
+    void setupRecording();
+    void chooseTrafficLog(bool record);
+    void chooseValueRecording(bool record);
+    void chooseRecordingInterval();
+    void chooseRecordingFolder();
 
     QString m_portName;
     QMenu *m_connectMenu = nullptr;
@@ -106,6 +119,11 @@ private:
     // closing) may still complete in the handler: its port is not taken up.
     bool m_openCalledOff = false;
     QElapsedTimer m_reconnectClock;
+    // Recording outlives connections; each new controller is attached to it.
+    RecordingService *m_recording = nullptr;
+    QPointer<TrendsPage> m_trendsPage;
+    QAction *m_recordTrafficAction = nullptr;
+    QAction *m_recordValuesAction = nullptr;
 };
 
 #endif // MAINWINDOW_H

@@ -5,7 +5,7 @@
 
 VELUTRA_PACKAGES=(
     build-essential cmake ninja-build pkg-config
-    qtbase5-dev libqt5serialport5-dev qttools5-dev qttools5-dev-tools
+    qtbase5-dev libqt5serialport5-dev qttools5-dev qttools5-dev-tools libqt5charts5-dev
     fonts-dejavu-core
     xvfb xauth x11-apps imagemagick
     clang-14 libclang-rt-14-dev

@@ -50,6 +50,8 @@ SerialMonitor::SerialMonitor(QWidget *parent)
             &SerialMonitor::onVScrollChanged);
     connect(m_ui->plainTextEditTraffic, &QPlainTextEdit::textChanged, this,
             &SerialMonitor::onTextChanged);
+    connect(m_ui->checkBoxRecord, &QCheckBox::toggled, this,
+            &SerialMonitor::sigRecordToFileToggled);
 }
 
 SerialMonitor::~SerialMonitor()
@@ -108,6 +110,13 @@ void SerialMonitor::setPortOpen(bool open)
 {
     m_portOpen = open;
     m_ui->toolButtonSend->setEnabled(open);
+}
+
+void SerialMonitor::setTrafficLogStatus(bool recording, const QString &text)
+{
+    const QSignalBlocker blocker(m_ui->checkBoxRecord);
+    m_ui->checkBoxRecord->setChecked(recording);
+    m_ui->labelRecordFile->setText(text);
 }
 
 void SerialMonitor::onToolButtonClear_clicked()

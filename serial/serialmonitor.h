@@ -32,12 +32,18 @@ public:
 signals:
     // A command typed by the operator, terminated by LF.
     void sigSendCommand(const QByteArray &command);
+    // The operator ticked or cleared "Record to file…"; whoever records answers with
+    // setTrafficLogStatus(), which also sets the box back when recording could not start.
+    void sigRecordToFileToggled(bool record);
 
 public slots:
     void slotBytesReceived(const QString &tag, const QByteArray &bytes);
     void slotBytesTransmitted(const QString &tag, const QByteArray &bytes);
     // Typed commands can only be sent while a port is open; closed at construction.
     void setPortOpen(bool open);
+    // What the traffic log is doing: the box follows recording, the text (file name and
+    // size) is shown beside it.
+    void setTrafficLogStatus(bool recording, const QString &text);
 
 private slots:
     void onToolButtonClear_clicked();

@@ -533,6 +533,9 @@ void VelutraSerialHandler::closePort()
     if (m_commandTimer) {
         m_commandTimer->stop();
     }
+    if (!m_receiveBuffer.isEmpty()) {
+        emit sigBytesDiscarded(trafficTag(QLatin1Char('_')), m_receiveBuffer);
+    }
     m_receiveBuffer.clear();
     m_monitorList.clear();
     m_heldList.clear();
@@ -631,6 +634,7 @@ void VelutraSerialHandler::frameByte(char byte)
     m_receiveBuffer.append(byte);
     if (byte == '\r' || byte == '\n') {
         if (m_receiveBuffer.size() < 2) {
+            emit sigBytesDiscarded(trafficTag(QLatin1Char(':')), m_receiveBuffer);
             m_receiveBuffer.clear();
         } else {
             // A whole line again: the run of cut lines is over.
@@ -639,6 +643,7 @@ void VelutraSerialHandler::frameByte(char byte)
         }
     } else if (byte == '>' && m_receiveBuffer.size() == 1) {
         // A prompt character at the start of a line is not part of any reply.
+        emit sigBytesDiscarded(trafficTag(QLatin1Char(':')), m_receiveBuffer);
         m_receiveBuffer.clear();
     } else if (m_receiveBuffer.size() >= MaxLineBytes) {
         // Report a run of cut lines once, not every 64 KiB.

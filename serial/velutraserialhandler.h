@@ -65,6 +65,10 @@ signals:
     // for a partial line flushed without its terminator) and the bytes.
     void sigBytesReceived(const QString &tag, const QByteArray &bytes);
     void sigBytesTransmitted(const QString &tag, const QByteArray &bytes);
+    // Bytes the framing drops without making a line of them (a lone CR or LF, a prompt
+    // character): the monitor never shows them, a traffic log that must hold every byte
+    // received does.
+    void sigBytesDiscarded(const QString &tag, const QByteArray &bytes);
 
 private slots:
     void slotMainLoop();

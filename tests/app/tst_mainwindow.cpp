@@ -122,7 +122,8 @@ private slots:
             titles << action->text();
         }
         QCOMPARE(titles, (QStringList{QStringLiteral("&File"), QStringLiteral("&Connect"),
-                                      QStringLiteral("&Window"), QStringLiteral("&Help")}));
+                                      QStringLiteral("&Recording"), QStringLiteral("&Window"),
+                                      QStringLiteral("&Help")}));
 
         QMenu *file = menuNamed(window, "fileMenu");
         QCOMPARE(actionTexts(file),
@@ -136,17 +137,20 @@ private slots:
                  QStringLiteral("Show the Zelmar VELUTRA-XP - Instruction Manual"));
 
         const QList<QDockWidget *> docks = window.accessoryDocks();
-        QCOMPARE(docks.size(), 2);
+        QCOMPARE(docks.size(), 3);
         QCOMPARE(docks.at(0)->windowTitle(), QStringLiteral("Application Log"));
         QCOMPARE(window.dockWidgetArea(docks.at(0)), Qt::RightDockWidgetArea);
         QCOMPARE(docks.at(1)->windowTitle(), QStringLiteral("Serial Monitor"));
         QCOMPARE(window.dockWidgetArea(docks.at(1)), Qt::BottomDockWidgetArea);
+        QCOMPARE(docks.at(2)->windowTitle(), QStringLiteral("Trends"));
+        QCOMPARE(window.dockWidgetArea(docks.at(2)), Qt::BottomDockWidgetArea);
         QVERIFY(qobject_cast<CenterTabWidget *>(window.centralWidget()));
 
         QMenu *windowMenu = menuNamed(window, "windowMenu");
         emit windowMenu->aboutToShow();
-        QCOMPARE(actionTexts(windowMenu), (QStringList{QStringLiteral("Application Log"),
-                                                       QStringLiteral("Serial Monitor")}));
+        QCOMPARE(actionTexts(windowMenu),
+                 (QStringList{QStringLiteral("Application Log"), QStringLiteral("Serial Monitor"),
+                              QStringLiteral("Trends")}));
 
         QVERIFY(logText().contains(
                 QStringLiteral("***** Application startup %1 *****")

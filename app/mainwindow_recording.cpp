@@ -1,0 +1,187 @@
+// The main window's Recording menu, its trends page and the serial monitor's "Record to
+// file…" box: everything that records what the laser did, kept apart from the frame's
+// connection handling.
+
+#include "mainwindow.h"
+
+#include "recordingservice.h"
+#include "recordingsettings.h"
+#include "serialmonitor.h"
+#include "trafficlogwriter.h"
+#include "trendspage.h"
+#include "valuerecorder.h"
+#include "velutraserialhandler.h"
+
+#include <QAction>
+#include <QDateTime>
+#include <QDir>
+#include <QDockWidget>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
+
+namespace {
+
+QString suggestedPath(const char *stem, const char *suffix)
+{
+    return QDir(RecordingSettings::folder())
+            .filePath(QStringLiteral("%1-%2.%3")
+                              .arg(QLatin1String(stem),
+                                   QDateTime::currentDateTime().toString(
+                                           QStringLiteral("yyyyMMdd-HHmmss")),
+                                   QLatin1String(suffix)));
+}
+
+} // namespace
+
+void MainWindow::setupRecording()
+{
+    m_recording = new RecordingService(this);
+    m_recording->attachHandler(m_serialHandler);
+    TrafficLogWriter *trafficLog = m_recording->trafficLog();
+    ValueRecorder *values = m_recording->values();
+    connect(trafficLog, &TrafficLogWriter::sigStatusMessage, this, &MainWindow::slotWriteLogLine);
+    connect(values, &ValueRecorder::sigStatusMessage, this, &MainWindow::slotWriteLogLine);
+
+    m_trendsPage = new TrendsPage(m_recording->trends(), this);
+    connect(m_trendsPage, &TrendsPage::sigStatusMessage, this, &MainWindow::slotWriteLogLine);
+    QDockWidget *trendsDock
+            = createGenericDockWidget(m_trendsPage, tr("Trends"), Qt::BottomDockWidgetArea, false);
+    // A tab beside the serial monitor: both want the window's width, neither its height.
+    const QList<QDockWidget *> docks = accessoryDocks();
+    for (QDockWidget *dock : docks) {
+        if (dock->widget() == m_serialMonitor) {
+            tabifyDockWidget(dock, trendsDock);
+            dock->raise();
+        }
+    }
+
+    QMenu *menu = new QMenu(tr("&Recording"), this);
+    menu->setObjectName(QStringLiteral("recordingMenu"));
+    menuBar()->insertMenu(m_windowMenu->menuAction(), menu);
+
+    m_recordValuesAction = menu->addAction(tr("Record values…"));
+    m_recordValuesAction->setObjectName(QStringLiteral("recordValuesAction"));
+    m_recordValuesAction->setCheckable(true);
+    m_recordValuesAction->setStatusTip(tr("Write every value the laser reports to a CSV file"));
+    connect(m_recordValuesAction, &QAction::triggered, this, &MainWindow::chooseValueRecording);
+
+    m_recordTrafficAction = menu->addAction(tr("Record traffic…"));
+    m_recordTrafficAction->setObjectName(QStringLiteral("recordTrafficAction"));
+    m_recordTrafficAction->setCheckable(true);
+    m_recordTrafficAction->setStatusTip(tr("Append every line sent and received to a text file"));
+    connect(m_recordTrafficAction, &QAction::triggered, this, &MainWindow::chooseTrafficLog);
+
+    menu->addSeparator();
+    QAction *interval = menu->addAction(tr("Recording interval…"));
+    interval->setObjectName(QStringLiteral("recordingIntervalAction"));
+    connect(interval, &QAction::triggered, this, &MainWindow::chooseRecordingInterval);
+    QAction *folder = menu->addAction(tr("Recording folder…"));
+    folder->setObjectName(QStringLiteral("recordingFolderAction"));
+    connect(folder, &QAction::triggered, this, &MainWindow::chooseRecordingFolder);
+    menu->addSeparator();
+    QAction *showTrends = trendsDock->toggleViewAction();
+    showTrends->setText(tr("Trends"));
+    showTrends->setObjectName(QStringLiteral("showTrendsAction"));
+    menu->addAction(showTrends);
+
+    connect(values, &ValueRecorder::sigRecordingChanged, this,
+            [this](bool recording, const QString &fileName) {
+                m_recordValuesAction->setChecked(recording);
+                m_recordValuesAction->setToolTip(fileName);
+                if (recording) {
+                    statusBar()->showMessage(tr("Recording values to %1").arg(fileName), 5000);
+                }
+            });
+    connect(trafficLog, &TrafficLogWriter::sigStatusChanged, this,
+            [this](bool recording, const QString &text) {
+                m_recordTrafficAction->setChecked(recording);
+                if (m_serialMonitor) {
+                    m_serialMonitor->setTrafficLogStatus(recording, text);
+                }
+            });
+    if (m_serialMonitor) {
+        connect(m_serialMonitor, &SerialMonitor::sigRecordToFileToggled, this,
+                &MainWindow::chooseTrafficLog);
+    }
+}
+
+bool MainWindow::startTrafficLog(const QString &path)
+{
+    return m_recording->trafficLog()->start(path);
+}
+
+bool MainWindow::startValueRecording(const QString &path)
+{
+    return m_recording->values()->startFile(path);
+}
+
+RecordingService *MainWindow::recording() const
+{
+    return m_recording;
+}
+
+TrendsPage *MainWindow::trendsPage() const
+{
+    return m_trendsPage;
+}
+
+void MainWindow::chooseTrafficLog(bool record)
+{
+    TrafficLogWriter *trafficLog = m_recording->trafficLog();
+    if (!record) {
+        trafficLog->stop();
+        return;
+    }
+    const QString path = QFileDialog::getSaveFileName(
+            this, tr("Record traffic to file"), suggestedPath("traffic", "log"),
+            tr("Traffic log (*.log *.txt)"), nullptr, QFileDialog::DontConfirmOverwrite);
+    // Cancelled or failed: the box and the menu entry go back to what is true.
+    if (path.isEmpty() || !trafficLog->start(path)) {
+        m_recordTrafficAction->setChecked(trafficLog->isRecording());
+        if (m_serialMonitor) {
+            m_serialMonitor->setTrafficLogStatus(trafficLog->isRecording(),
+                                                 trafficLog->statusText());
+        }
+    }
+}
+
+void MainWindow::chooseValueRecording(bool record)
+{
+    ValueRecorder *values = m_recording->values();
+    if (!record) {
+        values->stopFile();
+        return;
+    }
+    const QString path = QFileDialog::getSaveFileName(
+            this, tr("Record values"), suggestedPath("values", "csv"), tr("CSV file (*.csv)"),
+            nullptr, QFileDialog::DontConfirmOverwrite);
+    if (path.isEmpty() || !values->startFile(path)) {
+        m_recordValuesAction->setChecked(values->isRecording());
+    }
+}
+
+void MainWindow::chooseRecordingInterval()
+{
+    bool accepted = false;
+    const int milliseconds = QInputDialog::getInt(
+            this, tr("Recording interval"),
+            tr("One row of values every (ms); changing it clears the trends:"),
+            m_recording->values()->intervalMs(), ValueRecorder::MinimumIntervalMs, 3600 * 1000, 100,
+            &accepted);
+    if (accepted) {
+        m_recording->setIntervalMs(milliseconds);
+    }
+}
+
+void MainWindow::chooseRecordingFolder()
+{
+    const QString folder = QFileDialog::getExistingDirectory(this, tr("Recording folder"),
+                                                             RecordingSettings::folder());
+    if (!folder.isEmpty()) {
+        RecordingSettings::setFolder(folder);
+    }
+}

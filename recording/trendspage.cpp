@@ -1,0 +1,562 @@
+#include "trendspage.h"
+
+#include "recordedquantities.h"
+#include "recordingsettings.h"
+#include "trendchartview.h"
+#include "trendsmodel.h"
+#include "valuerecorder.h"
+
+#include <QComboBox>
+#include <QDateTime>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGraphicsLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QPixmap>
+#include <QStyle>
+#include <QTimer>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <QtCharts/QChart>
+#include <QtCharts/QDateTimeAxis>
+#include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
+
+#include <cmath>
+#include <limits>
+
+using namespace QtCharts;
+
+namespace {
+
+// New samples are drawn at most this often: at short intervals a redraw per sample would
+// cost more than the eye gains.
+static constexpr int RedrawDelayMs = 200;
+static constexpr double MinimumSpanMs = 10000.0;
+static constexpr double RangeMargin = 0.05;
+static constexpr int FallbackBins = 800;
+static constexpr int TimeTicks = 7;
+
+struct PlotSpec
+{
+    RecordedQuantities::TrendGroup group;
+    const char *title;
+    const char *unit;
+    // Share of the page's height, and value ticks.
+    int stretch;
+    int ticks;
+};
+
+const PlotSpec s_plotSpecs[] = {
+        {RecordedQuantities::TrendGroup::Temperature, "Temperature", "°C", 5, 6},
+        {RecordedQuantities::TrendGroup::Humidity, "Humidity", "% RH", 2, 3},
+        {RecordedQuantities::TrendGroup::Power, "Output power", "W", 3, 5},
+};
+
+struct SeriesLook
+{
+    const char *name;
+    QRgb colour;
+    bool dashed;
+};
+
+// Set-points dashed in a darker shade of their oven's colour; power in the colour of its
+// wavelength as far as a screen allows.
+const SeriesLook s_looks[] = {
+        {"Measured power IR", 0x8b0000, false}, {"Measured power green", 0x1a9641, false},
+        {"Measured power UV", 0x6a3d9a, false}, {"Oven 1 set-point", 0xb2182b, true},
+        {"Oven 1 actual", 0xe34a33, false},     {"Oven 2 set-point", 0x2166ac, true},
+        {"Oven 2 actual", 0x4393c3, false},     {"Humidity", 0x01665e, false},
+        {"Temperature 1", 0x8c510a, false},     {"Temperature 2", 0xbf812d, false},
+        {"Temperature 3", 0x35978f, false},     {"Temperature 4", 0x80cdc1, false},
+        {"Temperature 5", 0x762a83, false},     {"Temperature 6", 0x9970ab, false},
+        {"Temperature 7", 0x5aae61, false},     {"Temperature 8", 0x7f7f7f, false},
+        {"Temperature 9", 0xd6604d, false},     {"Temperature 10", 0x4d4d4d, false},
+};
+
+SeriesLook lookOf(const char *name)
+{
+    for (const SeriesLook &look : s_looks) {
+        if (qstrcmp(look.name, name) == 0) {
+            return look;
+        }
+    }
+    return {name, 0x808080, false};
+}
+
+const RecordedQuantities::Quantity &quantityOfSeries(int series)
+{
+    return RecordedQuantities::all().at(RecordedQuantities::trendIndexes().at(series));
+}
+
+QString windowLabel(qint64 milliseconds)
+{
+    const qint64 minutes = milliseconds / 60000;
+    return minutes < 60 ? QObject::tr("%1 min").arg(minutes)
+                        : QObject::tr("%1 h").arg(minutes / 60);
+}
+
+} // namespace
+
+constexpr qint64 TrendsPage::WindowsMs[];
+
+TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
+    : QWidget(parent)
+    , m_model(model)
+    , m_redrawTimer(new QTimer(this))
+{
+    setObjectName(QStringLiteral("TrendsPage"));
+    m_redrawTimer->setSingleShot(true);
+    m_redrawTimer->setInterval(RedrawDelayMs);
+    connect(m_redrawTimer, &QTimer::timeout, this, &TrendsPage::redraw);
+
+    auto *tools = new QHBoxLayout;
+    m_windowCombo = new QComboBox(this);
+    m_windowCombo->setObjectName(QStringLiteral("windowCombo"));
+    for (const qint64 window : WindowsMs) {
+        m_windowCombo->addItem(windowLabel(window));
+    }
+    m_windowCombo->setToolTip(tr("Time shown in live mode"));
+    m_liveButton = new QToolButton(this);
+    m_liveButton->setObjectName(QStringLiteral("liveButton"));
+    m_liveButton->setText(tr("Live"));
+    m_liveButton->setCheckable(true);
+    m_liveButton->setChecked(true);
+    m_liveButton->setToolTip(
+            tr("Follow the newest values; the wheel zooms and a drag pans the time axis"));
+    auto *exportPlotButton = new QToolButton(this);
+    exportPlotButton->setText(tr("Export plot…"));
+    exportPlotButton->setToolTip(tr("Save the plots as shown, as PNG or PDF"));
+    auto *exportDataButton = new QToolButton(this);
+    exportDataButton->setText(tr("Export data…"));
+    exportDataButton->setToolTip(tr("Save the shown series over the shown time as CSV"));
+    tools->addWidget(new QLabel(tr("Window:"), this));
+    tools->addWidget(m_windowCombo);
+    tools->addWidget(m_liveButton);
+    tools->addStretch(1);
+    tools->addWidget(exportPlotButton);
+    tools->addWidget(exportDataButton);
+
+    m_seriesList = new QListWidget(this);
+    m_seriesList->setObjectName(QStringLiteral("seriesList"));
+
+    m_plotArea = new QWidget(this);
+    m_plotArea->setObjectName(QStringLiteral("plotArea"));
+    buildPlots();
+
+    m_readout = new QLabel(this);
+    m_readout->setObjectName(QStringLiteral("readout"));
+    m_readout->setWordWrap(true);
+    m_readout->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_readout->setText(tr("Point at a plot to read its values."));
+
+    auto *body = new QHBoxLayout;
+    body->addWidget(m_seriesList);
+    body->addWidget(m_plotArea, 1);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 4, 4, 4);
+    layout->addLayout(tools);
+    layout->addLayout(body, 1);
+    layout->addWidget(m_readout);
+
+    const QStringList hidden = RecordingSettings::hiddenSeries();
+    for (int series = 0; series < m_lines.size(); ++series) {
+        const char *name = quantityOfSeries(series).name;
+        auto *item = new QListWidgetItem(QString::fromUtf8(name), m_seriesList);
+        QPixmap swatch(12, 12);
+        swatch.fill(QColor(lookOf(name).colour));
+        item->setIcon(QIcon(swatch));
+        item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable);
+        const bool shown = !hidden.contains(QString::fromUtf8(name));
+        item->setCheckState(shown ? Qt::Checked : Qt::Unchecked);
+        m_lines.at(series)->setVisible(shown);
+    }
+    // Wide enough for every name, so that the list never needs a horizontal scroll bar.
+    m_seriesList->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_seriesList->setFixedWidth(m_seriesList->sizeHintForColumn(0) + 2 * m_seriesList->frameWidth()
+                                + m_seriesList->style()->pixelMetric(QStyle::PM_ScrollBarExtent)
+                                + 4);
+    connect(m_seriesList, &QListWidget::itemChanged, this, &TrendsPage::onItemChanged);
+
+    const int window = qBound(0, RecordingSettings::trendWindow(), int(std::size(WindowsMs)) - 1);
+    m_windowCombo->setCurrentIndex(window);
+    connect(m_windowCombo, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            &TrendsPage::onWindowChosen);
+    connect(m_liveButton, &QToolButton::clicked, this, [this](bool checked) {
+        if (checked) {
+            goLive();
+        } else {
+            m_live = false;
+        }
+    });
+    connect(exportPlotButton, &QToolButton::clicked, this, &TrendsPage::chooseExportPlot);
+    connect(exportDataButton, &QToolButton::clicked, this, &TrendsPage::chooseExportData);
+    connect(m_model, &TrendsModel::sigAppended, this, &TrendsPage::onAppended);
+    goLive();
+}
+
+void TrendsPage::buildPlots()
+{
+    auto *layout = new QVBoxLayout(m_plotArea);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    for (const PlotSpec &spec : s_plotSpecs) {
+        Plot plot;
+        plot.chart = new QChart;
+        plot.chart->legend()->hide();
+        plot.chart->setMargins(QMargins(4, 0, 4, 0));
+        plot.chart->layout()->setContentsMargins(0, 0, 0, 0);
+        plot.chart->setBackgroundRoundness(0);
+        plot.timeAxis = new QDateTimeAxis(plot.chart);
+        plot.timeAxis->setTickCount(TimeTicks);
+        plot.valueAxis = new QValueAxis(plot.chart);
+        // The unit tells the plots apart; a chart title would cost each plot a line of height,
+        // and a longer axis title does not fit beside the short humidity plot.
+        plot.valueAxis->setTitleText(QString::fromUtf8(spec.unit));
+        plot.chart->setToolTip(QString::fromUtf8(spec.title));
+        plot.valueAxis->setTickCount(spec.ticks);
+        plot.valueAxis->setLabelFormat(QStringLiteral("%.4g"));
+        plot.chart->addAxis(plot.timeAxis, Qt::AlignBottom);
+        plot.chart->addAxis(plot.valueAxis, Qt::AlignLeft);
+        plot.view = new TrendChartView(plot.chart, m_plotArea);
+        plot.view->setMinimumHeight(50);
+        connect(plot.view, &TrendChartView::sigZoomRequested, this, &TrendsPage::onZoom);
+        connect(plot.view, &TrendChartView::sigPanRequested, this, &TrendsPage::onPan);
+        connect(plot.view, &TrendChartView::sigCursorMoved, this, &TrendsPage::onCursor);
+        layout->addWidget(plot.view, spec.stretch);
+        m_plots.append(plot);
+    }
+    for (int series = 0; series < RecordedQuantities::trendIndexes().size(); ++series) {
+        const RecordedQuantities::Quantity &quantity = quantityOfSeries(series);
+        int plotIndex = 0;
+        for (int i = 0; i < int(std::size(s_plotSpecs)); ++i) {
+            if (s_plotSpecs[i].group == quantity.trend) {
+                plotIndex = i;
+            }
+        }
+        const SeriesLook look = lookOf(quantity.name);
+        auto *line = new QLineSeries(m_plots.at(plotIndex).chart);
+        line->setName(QString::fromUtf8(quantity.name));
+        // Cosmetic one-pixel lines take the painter's fast path; wider ones cost a stroke
+        // per segment, which at thousands of points a line is most of a frame.
+        QPen pen(QColor(look.colour));
+        pen.setWidth(1);
+        pen.setCosmetic(true);
+        pen.setStyle(look.dashed ? Qt::DashLine : Qt::SolidLine);
+        line->setPen(pen);
+        m_plots.at(plotIndex).chart->addSeries(line);
+        line->attachAxis(m_plots.at(plotIndex).timeAxis);
+        line->attachAxis(m_plots.at(plotIndex).valueAxis);
+        m_lines.append(line);
+        m_plotOfSeries.append(plotIndex);
+    }
+}
+
+bool TrendsPage::isLive() const
+{
+    return m_live;
+}
+
+qint64 TrendsPage::rangeStart() const
+{
+    return m_start;
+}
+
+qint64 TrendsPage::rangeEnd() const
+{
+    return m_end;
+}
+
+int TrendsPage::drawnPointCount(int series) const
+{
+    return m_lines.value(series) ? m_lines.at(series)->count() : 0;
+}
+
+bool TrendsPage::isSeriesShown(int series) const
+{
+    return m_lines.value(series) && m_lines.at(series)->isVisible();
+}
+
+void TrendsPage::setSeriesShown(int series, bool shown)
+{
+    if (QListWidgetItem *item = m_seriesList->item(series)) {
+        item->setCheckState(shown ? Qt::Checked : Qt::Unchecked);
+    }
+}
+
+void TrendsPage::setWindowIndex(int index)
+{
+    m_windowCombo->setCurrentIndex(index);
+}
+
+void TrendsPage::goLive()
+{
+    m_live = true;
+    m_liveButton->setChecked(true);
+    const qint64 end = m_model->size() > 0 ? m_model->time(m_model->size() - 1)
+                                           : QDateTime::currentMSecsSinceEpoch();
+    setRange(end - WindowsMs[m_windowCombo->currentIndex()], end);
+}
+
+void TrendsPage::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    redraw();
+}
+
+void TrendsPage::onAppended()
+{
+    // A hidden page (closed dock, another tab in front) draws nothing; showing it redraws.
+    if (m_redrawTimer->isActive() || !isVisible()) {
+        return;
+    }
+    // Live, the picture moves by one pixel column per window / width: redrawing sooner
+    // would show the same picture. A 24 h window is then redrawn about once a minute.
+    const int width = qMax(int(m_plots.constFirst().chart->plotArea().width()), 1);
+    const qint64 perColumn = (m_end - m_start) / width;
+    m_redrawTimer->start(int(qBound(qint64(RedrawDelayMs), perColumn, qint64(60000))));
+}
+
+void TrendsPage::redraw()
+{
+    m_redrawTimer->stop();
+    if (m_live) {
+        const qint64 end = m_model->size() > 0 ? m_model->time(m_model->size() - 1)
+                                               : QDateTime::currentMSecsSinceEpoch();
+        m_start = end - WindowsMs[m_windowCombo->currentIndex()];
+        m_end = end;
+    }
+    QVector<double> low(m_plots.size(), std::numeric_limits<double>::infinity());
+    QVector<double> high(m_plots.size(), -std::numeric_limits<double>::infinity());
+    QVector<QVector<QPointF>> pending(m_lines.size());
+    for (int series = 0; series < m_lines.size(); ++series) {
+        if (!m_lines.at(series)->isVisible()) {
+            continue;
+        }
+        const int plotIndex = m_plotOfSeries.at(series);
+        const int bins = int(m_plots.at(plotIndex).chart->plotArea().width());
+        pending[series]
+                = m_model->decimated(series, m_start, m_end, bins > 1 ? bins : FallbackBins);
+        for (const QPointF &point : qAsConst(pending.at(series))) {
+            if (std::isfinite(point.y()) && point.x() >= double(m_start)
+                && point.x() <= double(m_end)) {
+                low[plotIndex] = qMin(low.at(plotIndex), point.y());
+                high[plotIndex] = qMax(high.at(plotIndex), point.y());
+            }
+        }
+    }
+    // Every axis change makes the library lay out each line of the plot again, and that
+    // dominates a frame; emptied lines make the axis changes cheap, so each line is laid out
+    // once, when its new points arrive.
+    for (QLineSeries *line : qAsConst(m_lines)) {
+        if (line->count() > 0) {
+            line->clear();
+        }
+    }
+    const bool longWindow = m_end - m_start > WindowsMs[1];
+    for (int i = 0; i < m_plots.size(); ++i) {
+        const Plot &plot = m_plots.at(i);
+        plot.timeAxis->setFormat(longWindow ? QStringLiteral("dd.MM. HH:mm")
+                                            : QStringLiteral("HH:mm:ss"));
+        plot.timeAxis->setRange(QDateTime::fromMSecsSinceEpoch(m_start),
+                                QDateTime::fromMSecsSinceEpoch(m_end));
+        double bottom = low.at(i);
+        double top = high.at(i);
+        if (!std::isfinite(bottom) || !std::isfinite(top)) {
+            bottom = 0.0;
+            top = 1.0;
+        }
+        const double margin = qMax((top - bottom) * RangeMargin, 0.5 * RangeMargin);
+        // Temperatures, humidity and power that are all positive keep zero as the floor
+        // rather than a margin that reads as a negative value.
+        const double floor = bottom >= 0.0 ? qMax(bottom - margin, 0.0) : bottom - margin;
+        plot.valueAxis->setRange(floor, top + margin);
+        plot.valueAxis->applyNiceNumbers();
+    }
+    for (int series = 0; series < m_lines.size(); ++series) {
+        if (!pending.at(series).isEmpty()) {
+            m_lines.at(series)->replace(pending.at(series));
+        }
+    }
+}
+
+void TrendsPage::setRange(qint64 start, qint64 end)
+{
+    m_start = start;
+    m_end = qMax(end, start + qint64(MinimumSpanMs));
+    redraw();
+}
+
+void TrendsPage::onZoom(double factor, double centreMs)
+{
+    m_live = false;
+    m_liveButton->setChecked(false);
+    const double span = qMax(double(m_end - m_start) * factor, MinimumSpanMs);
+    const double centreShare = (centreMs - double(m_start)) / double(m_end - m_start);
+    const double start = centreMs - span * qBound(0.0, centreShare, 1.0);
+    setRange(qint64(start), qint64(start + span));
+}
+
+void TrendsPage::onPan(double deltaMs)
+{
+    m_live = false;
+    m_liveButton->setChecked(false);
+    setRange(m_start + qint64(deltaMs), m_end + qint64(deltaMs));
+}
+
+void TrendsPage::onCursor(double timeMs)
+{
+    m_readout->setText(readoutAt(qint64(timeMs)));
+}
+
+QString TrendsPage::readoutAt(qint64 msecsSinceEpoch) const
+{
+    if (m_model->size() == 0) {
+        return tr("No values yet.");
+    }
+    // The sample nearest to the cursor.
+    int index = m_model->lowerBound(msecsSinceEpoch);
+    if (index >= m_model->size()
+        || (index > 0
+            && msecsSinceEpoch - m_model->time(index - 1)
+                       < m_model->time(index) - msecsSinceEpoch)) {
+        index = qMax(index - 1, 0);
+    }
+    QStringList parts;
+    parts.append(QDateTime::fromMSecsSinceEpoch(m_model->time(index))
+                         .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
+    for (int series = 0; series < m_lines.size(); ++series) {
+        if (!m_lines.at(series)->isVisible()) {
+            continue;
+        }
+        const int quantity = RecordedQuantities::trendIndexes().at(series);
+        const float value = m_model->value(series, index);
+        const QString text = std::isnan(value)
+                                     ? QStringLiteral("–")
+                                     : QString::number(double(value), 'g', 6) + QLatin1Char(' ')
+                                               + QString::fromUtf8(
+                                                       RecordedQuantities::all().at(quantity).unit);
+        parts.append(QString::fromUtf8(quantityOfSeries(series).name) + QStringLiteral(": ")
+                     + text.trimmed());
+    }
+    return parts.join(QStringLiteral(" · "));
+}
+
+void TrendsPage::onItemChanged(QListWidgetItem *item)
+{
+    const int series = m_seriesList->row(item);
+    if (series < 0 || series >= m_lines.size()) {
+        return;
+    }
+    m_lines.at(series)->setVisible(item->checkState() == Qt::Checked);
+    saveHiddenSeries();
+    redraw();
+}
+
+void TrendsPage::saveHiddenSeries() const
+{
+    QStringList hidden;
+    for (int series = 0; series < m_lines.size(); ++series) {
+        if (!m_lines.at(series)->isVisible()) {
+            hidden.append(QString::fromUtf8(quantityOfSeries(series).name));
+        }
+    }
+    RecordingSettings::setHiddenSeries(hidden);
+}
+
+void TrendsPage::onWindowChosen(int index)
+{
+    RecordingSettings::setTrendWindow(index);
+    goLive();
+}
+
+bool TrendsPage::exportPlot(const QString &path)
+{
+    const bool pdf
+            = QFileInfo(path).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) == 0;
+    if (pdf) {
+        QPdfWriter writer(path);
+        writer.setPageSize(QPageSize(QPageSize::A4));
+        writer.setPageOrientation(QPageLayout::Landscape);
+        writer.setTitle(tr("Trends"));
+        QPainter painter;
+        if (!painter.begin(&writer)) {
+            emit sigStatusMessage(tr("Trends: cannot write %1.").arg(path));
+            return false;
+        }
+        const double scale = qMin(double(writer.width()) / m_plotArea->width(),
+                                  double(writer.height()) / m_plotArea->height());
+        painter.scale(scale, scale);
+        m_plotArea->render(&painter);
+        painter.end();
+        return true;
+    }
+    if (!m_plotArea->grab().save(path, "PNG")) {
+        emit sigStatusMessage(tr("Trends: cannot write %1.").arg(path));
+        return false;
+    }
+    return true;
+}
+
+bool TrendsPage::exportData(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        emit sigStatusMessage(tr("Trends: cannot write %1: %2.").arg(path, file.errorString()));
+        return false;
+    }
+    QVector<int> shown;
+    QString text = QStringLiteral("Time");
+    for (int series = 0; series < m_lines.size(); ++series) {
+        if (m_lines.at(series)->isVisible()) {
+            shown.append(series);
+            text += QLatin1Char(',')
+                    + ValueRecorder::csvField(RecordedQuantities::header(
+                            RecordedQuantities::trendIndexes().at(series)));
+        }
+    }
+    text += QStringLiteral("\r\n");
+    const int last = m_model->lowerBound(m_end + 1);
+    for (int index = m_model->lowerBound(m_start); index < last; ++index) {
+        text += ValueRecorder::timeText(QDateTime::fromMSecsSinceEpoch(m_model->time(index)));
+        for (const int series : qAsConst(shown)) {
+            text += QLatin1Char(',')
+                    + RecordedQuantities::cellText(RecordedQuantities::trendIndexes().at(series),
+                                                   double(m_model->value(series, index)));
+        }
+        text += QStringLiteral("\r\n");
+    }
+    const QByteArray bytes = text.toUtf8();
+    if (file.write(bytes) != bytes.size()) {
+        emit sigStatusMessage(tr("Trends: writing %1 failed: %2.").arg(path, file.errorString()));
+        return false;
+    }
+    return true;
+}
+
+void TrendsPage::chooseExportPlot()
+{
+    const QString path = QFileDialog::getSaveFileName(
+            this, tr("Export plot"),
+            QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.png")),
+            tr("PNG image (*.png);;PDF document (*.pdf)"));
+    if (!path.isEmpty()) {
+        exportPlot(path);
+    }
+}
+
+void TrendsPage::chooseExportData()
+{
+    const QString path = QFileDialog::getSaveFileName(
+            this, tr("Export data"),
+            QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.csv")),
+            tr("CSV file (*.csv)"));
+    if (!path.isEmpty()) {
+        exportData(path);
+    }
+}

@@ -1,0 +1,296 @@
+#include "valuerecorder.h"
+
+#include "quantitytap.h"
+#include "recordedquantities.h"
+#include "velutracontroller.h"
+#include "velutraresponsedecoder.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QMetaMethod>
+#include <QTimer>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+static constexpr double NotReported = std::numeric_limits<double>::quiet_NaN();
+static constexpr char TimeHeader[] = "Time";
+static constexpr char LineEnd[] = "\r\n";
+static constexpr int SuffixDigits = 4;
+
+int findSignal(const QMetaObject *meta, const char *name)
+{
+    for (int i = 0; i < meta->methodCount(); ++i) {
+        const QMetaMethod method = meta->method(i);
+        if (method.methodType() == QMetaMethod::Signal && method.parameterCount() == 1
+            && method.name() == name) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+int findTapSlot(const QByteArray &typeName)
+{
+    const QMetaObject &meta = QuantityTap::staticMetaObject;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        if (method.methodType() == QMetaMethod::Slot && method.parameterCount() == 1
+            && method.parameterTypes().constFirst() == typeName) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+} // namespace
+
+ValueRecorder::ValueRecorder(QObject *parent)
+    : QObject(parent)
+    , m_values(RecordedQuantities::count(), NotReported)
+    , m_timer(new QTimer(this))
+{
+    for (int i = 0; i < RecordedQuantities::count(); ++i) {
+        m_taps.append(new QuantityTap(
+                i, [this](int quantity, double value) { setValue(quantity, value); }, this));
+    }
+    m_timer->setInterval(DefaultIntervalMs);
+    connect(m_timer, &QTimer::timeout, this, &ValueRecorder::recordRow);
+    m_timer->start();
+}
+
+ValueRecorder::~ValueRecorder()
+{
+    m_file.close();
+}
+
+void ValueRecorder::attach(VelutraController *controller)
+{
+    if (controller) {
+        attachSources(controller->decoder(), controller);
+    }
+}
+
+QStringList ValueRecorder::attachSources(QObject *decoder, QObject *controller)
+{
+    for (const QMetaObject::Connection &connection : qAsConst(m_connections)) {
+        disconnect(connection);
+    }
+    m_connections.clear();
+
+    QStringList missing;
+    const QVector<RecordedQuantities::Quantity> &quantities = RecordedQuantities::all();
+    for (int i = 0; i < quantities.size(); ++i) {
+        const RecordedQuantities::Quantity &quantity = quantities.at(i);
+        QObject *sender
+                = quantity.source == RecordedQuantities::Source::Decoder ? decoder : controller;
+        if (!sender) {
+            continue;
+        }
+        const int signalIndex = findSignal(sender->metaObject(), quantity.signal);
+        const int slotIndex = signalIndex < 0 ? -1
+                                              : findTapSlot(sender->metaObject()
+                                                                    ->method(signalIndex)
+                                                                    .parameterTypes()
+                                                                    .constFirst());
+        if (slotIndex < 0) {
+            missing.append(QString::fromLatin1(quantity.signal));
+            continue;
+        }
+        m_connections.append(connect(sender, sender->metaObject()->method(signalIndex),
+                                     m_taps.at(i),
+                                     QuantityTap::staticMetaObject.method(slotIndex)));
+    }
+    if (!missing.isEmpty()) {
+        emit sigStatusMessage(
+                tr("Value recording: no signal for %1.").arg(missing.join(QStringLiteral(", "))));
+    }
+    return missing;
+}
+
+int ValueRecorder::intervalMs() const
+{
+    return m_timer->interval();
+}
+
+void ValueRecorder::setIntervalMs(int milliseconds)
+{
+    m_timer->setInterval(qMax(milliseconds, MinimumIntervalMs));
+}
+
+void ValueRecorder::setMaximumFileBytes(qint64 bytes)
+{
+    m_maximumFileBytes = bytes;
+}
+
+bool ValueRecorder::startFile(const QString &path)
+{
+    stopFile();
+    m_basePath = QFileInfo(path).absoluteFilePath();
+    m_suffix = 0;
+    if (!openNext(QDate::currentDate())) {
+        m_basePath.clear();
+        return false;
+    }
+    emit sigStatusMessage(tr("Value recording: recording to %1 every %2 ms.")
+                                  .arg(m_file.fileName())
+                                  .arg(intervalMs()));
+    return true;
+}
+
+void ValueRecorder::stopFile()
+{
+    if (!m_file.isOpen()) {
+        return;
+    }
+    const QString name = m_file.fileName();
+    m_file.close();
+    m_basePath.clear();
+    emit sigStatusMessage(tr("Value recording: recording to %1 stopped.").arg(name));
+    emit sigRecordingChanged(false, QString());
+}
+
+bool ValueRecorder::isRecording() const
+{
+    return m_file.isOpen();
+}
+
+QString ValueRecorder::currentFileName() const
+{
+    return m_file.isOpen() ? m_file.fileName() : QString();
+}
+
+double ValueRecorder::value(int quantity) const
+{
+    return m_values.value(quantity, NotReported);
+}
+
+const QVector<double> &ValueRecorder::values() const
+{
+    return m_values;
+}
+
+QString ValueRecorder::timeText(const QDateTime &time)
+{
+    const QDateTime local = time.toLocalTime();
+    const int offsetMinutes = local.offsetFromUtc() / 60;
+    const int magnitude = qAbs(offsetMinutes);
+    return local.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzz"))
+           + (offsetMinutes < 0 ? QLatin1Char('-') : QLatin1Char('+'))
+           + QStringLiteral("%1:%2")
+                     .arg(magnitude / 60, 2, 10, QLatin1Char('0'))
+                     .arg(magnitude % 60, 2, 10, QLatin1Char('0'));
+}
+
+QString ValueRecorder::csvField(const QString &text)
+{
+    static const QString s_special = QStringLiteral(",\"\r\n");
+    bool needsQuotes = false;
+    for (const QChar character : text) {
+        if (s_special.contains(character)) {
+            needsQuotes = true;
+            break;
+        }
+    }
+    if (!needsQuotes) {
+        return text;
+    }
+    QString quoted = text;
+    quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
+}
+
+void ValueRecorder::slotLinkUp(bool up)
+{
+    if (!up) {
+        m_values.fill(NotReported);
+    }
+}
+
+void ValueRecorder::recordRow()
+{
+    recordRowAt(QDateTime::currentDateTime());
+}
+
+void ValueRecorder::recordRowAt(const QDateTime &time)
+{
+    const QDateTime now = time.toLocalTime();
+    emit sigSample(now.toMSecsSinceEpoch(), m_values);
+    if (!m_file.isOpen()) {
+        return;
+    }
+    QString row = timeText(now);
+    for (int i = 0; i < m_values.size(); ++i) {
+        row += QLatin1Char(',') + csvField(RecordedQuantities::cellText(i, m_values.at(i)));
+    }
+    row += QLatin1String(LineEnd);
+    const QByteArray bytes = row.toUtf8();
+    const QDate today = now.date();
+    if (today != m_fileDay || m_file.size() + bytes.size() > m_maximumFileBytes) {
+        m_file.close();
+        if (!openNext(today)) {
+            return;
+        }
+    }
+    writeText(bytes);
+}
+
+void ValueRecorder::setValue(int quantity, double value)
+{
+    m_values[quantity] = value;
+}
+
+bool ValueRecorder::openNext(const QDate &day)
+{
+    const QFileInfo base(m_basePath);
+    QDir().mkpath(base.absolutePath());
+    const QString stem = base.absolutePath() + QLatin1Char('/') + base.completeBaseName();
+    const QString suffix = base.suffix().isEmpty() ? QString() : QLatin1Char('.') + base.suffix();
+    // The first file has the name asked for; rollovers and names already taken add a number.
+    QString name;
+    do {
+        name = m_suffix == 0 ? m_basePath
+                             : QStringLiteral("%1_%2%3")
+                                       .arg(stem)
+                                       .arg(m_suffix, SuffixDigits, 10, QLatin1Char('0'))
+                                       .arg(suffix);
+        ++m_suffix;
+    } while (QFileInfo::exists(name));
+
+    m_file.setFileName(name);
+    if (!m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered)) {
+        failAndStop(tr("cannot write to %1: %2").arg(name, m_file.errorString()));
+        return false;
+    }
+    m_fileDay = day;
+    QString header = QLatin1String(TimeHeader);
+    for (int i = 0; i < RecordedQuantities::count(); ++i) {
+        header += QLatin1Char(',') + csvField(RecordedQuantities::header(i));
+    }
+    header += QLatin1String(LineEnd);
+    if (!writeText(header.toUtf8())) {
+        return false;
+    }
+    emit sigRecordingChanged(true, name);
+    return true;
+}
+
+bool ValueRecorder::writeText(const QByteArray &bytes)
+{
+    if (m_file.write(bytes) != bytes.size()) {
+        failAndStop(tr("writing to %1 failed: %2").arg(m_file.fileName(), m_file.errorString()));
+        return false;
+    }
+    return true;
+}
+
+void ValueRecorder::failAndStop(const QString &what)
+{
+    m_file.close();
+    m_basePath.clear();
+    emit sigStatusMessage(tr("Value recording: %1. Values are not recorded.").arg(what));
+    emit sigRecordingChanged(false, QString());
+}
