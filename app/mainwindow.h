@@ -43,6 +43,9 @@ public:
     // enough for a laser that was only busy, and a port that stays dumb longer than that is
     // more likely a hung adapter, which only a fresh open can cure.
     static constexpr int LinkRecoveryMs = 12000;
+    // Dock sizes of the very first start, before the operator has arranged anything.
+    static constexpr int FirstStartSideDockWidth = 220;
+    static constexpr int FirstStartBottomDockHeight = 200;
     // ---- Recording (mainwindow_recording.cpp) ----
     // What the Recording menu does once a file is chosen (command line --traffic-log, --record).
     bool startTrafficLog(const QString &path);
