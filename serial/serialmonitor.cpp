@@ -271,12 +271,14 @@ void SerialMonitor::trimOldestLines()
         return;
     }
     // A cut of its own, apart from the appending: the view then lays out again only what it
-    // shows, not the whole document between the two ends.
+    // shows, not the whole document between the two ends. The cut's end is found by block
+    // number, not by moving a cursor over the blocks, which would lay out every one of them.
+    const int removed = document->blockCount() - MaximumLines + TrimmedLines;
     QTextCursor cursor(document);
-    cursor.movePosition(QTextCursor::Start);
-    cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor,
-                        document->blockCount() - MaximumLines + TrimmedLines);
+    cursor.beginEditBlock();
+    cursor.setPosition(document->findBlockByNumber(removed).position(), QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
+    cursor.endEditBlock();
 }
 
 void SerialMonitor::setPortOpen(bool open)

@@ -567,7 +567,7 @@ void TestSerialMonitor::viewIsBounded()
     const QByteArray reply("ly_vtx2_power=1234.5 W\r");
 
     static constexpr int Lines = 100000;
-    static constexpr int LinesPerBurst = 1000;
+    static constexpr int LinesPerBurst = 2000;
     qint64 heapWhenFull = 0;
     const qint64 heapBefore = liveHeapBytes();
     for (int sent = 0; sent < Lines; sent += LinesPerBurst) {
@@ -598,7 +598,7 @@ void TestSerialMonitor::viewIsBounded()
     // Flat once full, and small.
     QVERIFY2(heapAfter - heapWhenFull < 2 * 1000 * 1000,
              qPrintable(QString::number(heapAfter - heapWhenFull)));
-    QVERIFY2(heapAfter - heapBefore < 20 * 1000 * 1000,
+    QVERIFY2(heapAfter - heapBefore < 10 * 1000 * 1000,
              qPrintable(QString::number(heapAfter - heapBefore)));
 }
 
