@@ -36,8 +36,7 @@ static constexpr QRgb HexDumpColour = 0xffff00ff;
 
 // Traffic is gathered and shown five times a second: one document edit and one repaint for
 // all lines that came in meanwhile, instead of one of each per line. Every rendering scrolls
-// and draws the visible lines anew, which is most of what the page costs while the device is
-// polled; a fifth of a second still reads as live.
+// and draws the visible lines anew; a fifth of a second still reads as live.
 static constexpr int RenderIntervalMs = 200;
 // Raw lines kept for the view until it renders them: what a hidden page shows when it comes
 // back, and the most one rendering can be asked for.
