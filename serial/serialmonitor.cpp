@@ -2,6 +2,11 @@
 #include "ui_serialmonitor.h"
 
 #include <QScrollBar>
+#include <QShowEvent>
+#include <QTextBlock>
+#include <QTextCharFormat>
+#include <QTextCursor>
+#include <QTextDocument>
 
 #include <cstring>
 
@@ -14,16 +19,109 @@ struct DirectionColour
 {
     const char *mark;
     const char *format;
+    QRgb colour;
 };
 
 // Colour of the direction mark; anything unexpected stands out in red.
 static constexpr DirectionColour DirectionColours[] = {
-        {TransmitMark, "<font color=#0000ff>%1</font>"},
-        {ReceiveMark, "<font color=#00aaff>%1</font>"},
+        {TransmitMark, "<font color=#0000ff>%1</font>", 0xff0000ff},
+        {ReceiveMark, "<font color=#00aaff>%1</font>", 0xff00aaff},
 };
 static constexpr char OtherDirectionFormat[] = "<font color=#ff0000>%1</font>";
+static constexpr QRgb OtherDirectionColour = 0xffff0000;
 static constexpr char TagFormat[] = "<font color=#000000>%1: </font>";
+static constexpr QRgb TagColour = 0xff000000;
 static constexpr char HexDumpFormat[] = "<font color=#ff00ff>%1</font>";
+static constexpr QRgb HexDumpColour = 0xffff00ff;
+
+// Traffic is gathered and shown five times a second: one document edit and one repaint for
+// all lines that came in meanwhile, instead of one of each per line. Every rendering scrolls
+// and draws the visible lines anew; a fifth of a second still reads as live.
+static constexpr int RenderIntervalMs = 200;
+// Raw lines kept for the view until it renders them: what a hidden page shows when it comes
+// back, and the most one rendering can be asked for.
+static constexpr int PendingLinesLimit = 2000;
+// Lines laid into the document in one turn of the event loop; the rest follow in the next
+// turns, so that a burst never holds the GUI thread for long.
+static constexpr int LinesPerTurn = 250;
+// Once the view holds more than its maximum, the oldest lines go in one cut of this many:
+// removing at the top of the document is then rare instead of happening with every line.
+static constexpr int TrimmedLines = 500;
+// A device that babbles can send a line of 64 KiB; its first bytes tell what it is, and
+// laying out all of it would hold the GUI thread for a second.
+static constexpr int DisplayedBytes = 256;
+static constexpr qint64 MaximumNoteCount = 2000000000;
+
+QString directionFormat(const QString &direction)
+{
+    for (const DirectionColour &entry : DirectionColours) {
+        if (direction == QLatin1String(entry.mark)) {
+            return QString::fromLatin1(entry.format);
+        }
+    }
+    return QString::fromLatin1(OtherDirectionFormat);
+}
+
+QColor directionColour(const QString &direction)
+{
+    for (const DirectionColour &entry : DirectionColours) {
+        if (direction == QLatin1String(entry.mark)) {
+            return QColor::fromRgb(entry.colour);
+        }
+    }
+    return QColor::fromRgb(OtherDirectionColour);
+}
+
+// Each byte as two upper-case hexadecimal digits, an "h" and a blank.
+QString hexDump(const char *bytes, int size)
+{
+    static constexpr char Digits[] = "0123456789ABCDEF";
+    QString dump(size * 4, Qt::Uninitialized);
+    QChar *out = dump.data();
+    for (int index = 0; index < size; ++index) {
+        const auto byte = static_cast<unsigned char>(bytes[index]);
+        *out++ = QLatin1Char(Digits[byte >> 4]);
+        *out++ = QLatin1Char(Digits[byte & 0x0f]);
+        *out++ = QLatin1Char('h');
+        *out++ = QLatin1Char(' ');
+    }
+    return dump;
+}
+
+// The bytes up to the first zero byte, as Latin-1.
+QString textPart(const char *bytes, int size)
+{
+    return QString::fromLatin1(bytes, static_cast<int>(qstrnlen(bytes, size)));
+}
+
+// The view once took each line as rich text, where a run of white space (a line end, a tab,
+// blanks) reads as one blank; lines look the same as they always did, and a carriage
+// return cannot split one traffic line into two blocks.
+QString collapsedWhiteSpace(const QString &text)
+{
+    QString result;
+    result.reserve(text.size());
+    bool afterSpace = false;
+    for (const QChar character : text) {
+        if (character.isSpace() && character != QChar(QChar::Nbsp)) {
+            if (!afterSpace) {
+                result += QLatin1Char(' ');
+            }
+            afterSpace = true;
+        } else {
+            result += character;
+            afterSpace = false;
+        }
+    }
+    return result;
+}
+
+QTextCharFormat colouredFormat(const QColor &colour)
+{
+    QTextCharFormat format;
+    format.setForeground(colour);
+    return format;
+}
 
 } // namespace
 
@@ -33,12 +131,15 @@ SerialMonitor::SerialMonitor(QWidget *parent)
 {
     m_ui->setupUi(this);
     setPortOpen(false);
-    m_ui->plainTextEditTraffic->setMaximumBlockCount(MaximumLines);
     // The traffic colours (black tags, blue marks, magenta bytes) are made for a light
     // page; keep this view light whatever the application's theme.
     m_ui->plainTextEditTraffic->setStyleSheet(
             QStringLiteral("QPlainTextEdit { background-color: #f7f7f4; color: #202020; "
                            "selection-background-color: #9cc7e6; selection-color: #000000; }"));
+
+    m_renderTimer.setSingleShot(true);
+    m_renderTimer.setInterval(RenderIntervalMs);
+    connect(&m_renderTimer, &QTimer::timeout, this, &SerialMonitor::renderPendingLines);
 
     connect(m_ui->toolButtonClear, &QToolButton::clicked, this,
             &SerialMonitor::onToolButtonClear_clicked);
@@ -62,48 +163,125 @@ SerialMonitor::~SerialMonitor()
 QString SerialMonitor::formatTrafficLine(const QString &tag, const QString &direction,
                                          const QByteArray &bytes)
 {
-    const char *directionFormat = OtherDirectionFormat;
-    for (const DirectionColour &entry : DirectionColours) {
-        if (direction == QLatin1String(entry.mark)) {
-            directionFormat = entry.format;
-            break;
-        }
-    }
-
     // The text part stops at the first zero byte; the dump shows everything. The device's
     // text is shown as it came, never read as markup: a "<" in a reply must not hide the
     // rest of the line.
-    const int textLength = static_cast<int>(qstrnlen(bytes.constData(), bytes.size()));
-    const QString text = QString::fromLatin1(bytes.constData(), textLength).toHtmlEscaped();
-
-    QString hexDump;
-    hexDump.reserve(bytes.size() * 4);
-    for (const char byte : bytes) {
-        hexDump += QString::number(static_cast<unsigned char>(byte), 16)
-                           .rightJustified(2, QLatin1Char('0'))
-                           .toUpper()
-                   + QLatin1String("h ");
-    }
-
+    const QString text = textPart(bytes.constData(), bytes.size()).toHtmlEscaped();
     return QString::fromLatin1(TagFormat).arg(tag.toHtmlEscaped())
-           + QString::fromLatin1(directionFormat).arg(direction) + QLatin1Char(' ') + text
-           + QLatin1Char(' ') + QString::fromLatin1(HexDumpFormat).arg(hexDump);
+           + directionFormat(direction).arg(direction) + QLatin1Char(' ') + text + QLatin1Char(' ')
+           + QString::fromLatin1(HexDumpFormat).arg(hexDump(bytes.constData(), bytes.size()));
 }
 
 void SerialMonitor::slotBytesReceived(const QString &tag, const QByteArray &bytes)
 {
-    appendTraffic(tag, QString::fromLatin1(ReceiveMark), bytes);
+    static const QString mark = QString::fromLatin1(ReceiveMark);
+    appendTraffic(tag, mark, bytes);
 }
 
 void SerialMonitor::slotBytesTransmitted(const QString &tag, const QByteArray &bytes)
 {
-    appendTraffic(tag, QString::fromLatin1(TransmitMark), bytes);
+    static const QString mark = QString::fromLatin1(TransmitMark);
+    appendTraffic(tag, mark, bytes);
 }
 
 void SerialMonitor::appendTraffic(const QString &tag, const QString &direction,
                                   const QByteArray &bytes)
 {
-    m_ui->plainTextEditTraffic->appendHtml(formatTrafficLine(tag, direction, bytes));
+    // Only raw lines are kept here; nothing is formatted until the page is seen.
+    m_pendingLines.push_back(TrafficLine{tag, direction, bytes});
+    if (m_pendingLines.size() > static_cast<size_t>(PendingLinesLimit)) {
+        m_pendingLines.pop_front();
+        ++m_droppedLines;
+    }
+    if (isVisible() && !m_renderTimer.isActive()) {
+        m_renderTimer.start(RenderIntervalMs);
+    }
+}
+
+void SerialMonitor::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    // What came while the page was hidden (its dock closed or behind another tab).
+    if (!m_pendingLines.empty() || m_droppedLines > 0) {
+        m_renderTimer.start(0);
+    }
+}
+
+void SerialMonitor::renderPendingLines()
+{
+    if (!isVisible()) {
+        return;
+    }
+    QPlainTextEdit *view = m_ui->plainTextEditTraffic;
+    QTextCursor cursor(view->document());
+    cursor.beginEditBlock();
+    cursor.movePosition(QTextCursor::End);
+    int rendered = 0;
+    if (m_droppedLines > 0) {
+        insertDroppedLinesNote(cursor);
+        ++rendered;
+    }
+    while (!m_pendingLines.empty() && rendered < LinesPerTurn) {
+        insertTrafficLine(cursor, m_pendingLines.front());
+        m_pendingLines.pop_front();
+        ++rendered;
+    }
+    cursor.endEditBlock();
+    trimOldestLines();
+    if (!m_pendingLines.empty()) {
+        m_renderTimer.start(0);
+    }
+}
+
+void SerialMonitor::insertTrafficLine(QTextCursor &cursor, const TrafficLine &line)
+{
+    static const QTextCharFormat tagFormat = colouredFormat(QColor::fromRgb(TagColour));
+    static const QTextCharFormat hexDumpFormat = colouredFormat(QColor::fromRgb(HexDumpColour));
+    static const QTextCharFormat plainFormat;
+
+    const int shownBytes = qMin(line.bytes.size(), DisplayedBytes);
+    QString text = QLatin1Char(' ') + textPart(line.bytes.constData(), shownBytes);
+    if (shownBytes < line.bytes.size()) {
+        text += QStringLiteral("\u2026 (%1 bytes)").arg(line.bytes.size());
+    }
+    text += QLatin1Char(' ');
+
+    if (!cursor.document()->isEmpty()) {
+        cursor.insertBlock(QTextBlockFormat(), plainFormat);
+    }
+    cursor.insertText(collapsedWhiteSpace(line.tag + QLatin1String(": ")), tagFormat);
+    cursor.insertText(collapsedWhiteSpace(line.direction),
+                      colouredFormat(directionColour(line.direction)));
+    cursor.insertText(collapsedWhiteSpace(text), plainFormat);
+    cursor.insertText(hexDump(line.bytes.constData(), shownBytes), hexDumpFormat);
+}
+
+void SerialMonitor::insertDroppedLinesNote(QTextCursor &cursor)
+{
+    static const QTextCharFormat noteFormat = colouredFormat(QColor::fromRgb(OtherDirectionColour));
+    if (!cursor.document()->isEmpty()) {
+        cursor.insertBlock(QTextBlockFormat(), QTextCharFormat());
+    }
+    const int dropped = static_cast<int>(qMin<qint64>(m_droppedLines, MaximumNoteCount));
+    cursor.insertText(tr("\u2026 %n line(s) not shown", nullptr, dropped), noteFormat);
+    m_droppedLines = 0;
+}
+
+void SerialMonitor::trimOldestLines()
+{
+    QTextDocument *document = m_ui->plainTextEditTraffic->document();
+    if (document->blockCount() <= MaximumLines) {
+        return;
+    }
+    // A cut of its own, apart from the appending: the view then lays out again only what it
+    // shows, not the whole document between the two ends. The cut's end is found by block
+    // number, not by moving a cursor over the blocks, which would lay out every one of them.
+    const int removed = document->blockCount() - MaximumLines + TrimmedLines;
+    QTextCursor cursor(document);
+    cursor.beginEditBlock();
+    cursor.setPosition(document->findBlockByNumber(removed).position(), QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    cursor.endEditBlock();
 }
 
 void SerialMonitor::setPortOpen(bool open)
@@ -121,6 +299,8 @@ void SerialMonitor::setTrafficLogStatus(bool recording, const QString &text)
 
 void SerialMonitor::onToolButtonClear_clicked()
 {
+    m_pendingLines.clear();
+    m_droppedLines = 0;
     m_ui->plainTextEditTraffic->clear();
 }
 

@@ -3,7 +3,12 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QTimer>
 #include <QWidget>
+
+#include <deque>
+
+class QTextCursor;
 
 namespace Ui {
 class SerialMonitor;
@@ -17,9 +22,10 @@ class SerialMonitor : public QWidget
     Q_OBJECT
 
 public:
-    // The view keeps this many lines; older ones are dropped so that weeks of
-    // traffic, or a device that chatters, cannot exhaust memory.
-    static constexpr int MaximumLines = 100000;
+    // The view keeps the newest this many lines. A few minutes of polling is what an
+    // operator scrolls back through; more only costs memory (each line's layout takes
+    // about two kilobytes) and makes every trim and repaint slower.
+    static constexpr int MaximumLines = 5000;
 
     explicit SerialMonitor(QWidget *parent = nullptr);
     ~SerialMonitor() override;
@@ -45,6 +51,9 @@ public slots:
     // size) is shown beside it.
     void setTrafficLogStatus(bool recording, const QString &text);
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private slots:
     void onToolButtonClear_clicked();
     void onToolButtonSend_clicked();
@@ -52,11 +61,28 @@ private slots:
     void onTextChanged();
 
 private:
+    struct TrafficLine
+    {
+        QString tag;
+        QString direction;
+        QByteArray bytes;
+    };
+
     void appendTraffic(const QString &tag, const QString &direction, const QByteArray &bytes);
+    void renderPendingLines();
+    void insertTrafficLine(QTextCursor &cursor, const TrafficLine &line);
+    void insertDroppedLinesNote(QTextCursor &cursor);
+    void trimOldestLines();
 
     Ui::SerialMonitor *m_ui = nullptr;
     bool m_autoScroll = true;
     bool m_portOpen = false;
+    // Lines not yet in the view: collected between two renderings while the page is
+    // shown, kept raw (only the newest of them) while it is hidden.
+    std::deque<TrafficLine> m_pendingLines;
+    // Lines that fell out of the pending ones before they could be shown.
+    qint64 m_droppedLines = 0;
+    QTimer m_renderTimer;
 };
 
 #endif // SERIALMONITOR_H
