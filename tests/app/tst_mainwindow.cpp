@@ -172,6 +172,9 @@ private slots:
         QVERIFY(port.isOpen());
         announce(port.path(), QStringLiteral("Virtual laser for the test"));
         MainWindow window;
+        // The serial monitor lays traffic out only while the operator can see it.
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
         QAction *open = openConnectMenuAction(window, QStringLiteral("Open ") + port.path());
         QVERIFY2(open,
                  qPrintable(actionTexts(menuNamed(window, "connectMenu")).join(QLatin1Char('|'))));
