@@ -42,7 +42,7 @@ static constexpr double RangeMargin = 0.05;
 static constexpr int FallbackBins = 800;
 static constexpr int TimeTicks = 7;
 
-struct PlotSpec
+struct PlotKind
 {
     RecordedQuantities::TrendGroup group;
     const char *title;
@@ -52,7 +52,7 @@ struct PlotSpec
     int ticks;
 };
 
-const PlotSpec s_plotSpecs[] = {
+const PlotKind s_plotKinds[] = {
         {RecordedQuantities::TrendGroup::Temperature, "Temperature", "°C", 5, 6},
         {RecordedQuantities::TrendGroup::Humidity, "Humidity", "% RH", 2, 3},
         {RecordedQuantities::TrendGroup::Power, "Output power", "W", 3, 5},
@@ -205,7 +205,7 @@ void TrendsPage::buildPlots()
     auto *layout = new QVBoxLayout(m_plotArea);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    for (const PlotSpec &spec : s_plotSpecs) {
+    for (const PlotKind &kind : s_plotKinds) {
         Plot plot;
         plot.chart = new QChart;
         plot.chart->legend()->hide();
@@ -217,9 +217,9 @@ void TrendsPage::buildPlots()
         plot.valueAxis = new QValueAxis(plot.chart);
         // The unit tells the plots apart; a chart title would cost each plot a line of height,
         // and a longer axis title does not fit beside the short humidity plot.
-        plot.valueAxis->setTitleText(QString::fromUtf8(spec.unit));
-        plot.chart->setToolTip(QString::fromUtf8(spec.title));
-        plot.valueAxis->setTickCount(spec.ticks);
+        plot.valueAxis->setTitleText(QString::fromUtf8(kind.unit));
+        plot.chart->setToolTip(QString::fromUtf8(kind.title));
+        plot.valueAxis->setTickCount(kind.ticks);
         plot.valueAxis->setLabelFormat(QStringLiteral("%.4g"));
         plot.chart->addAxis(plot.timeAxis, Qt::AlignBottom);
         plot.chart->addAxis(plot.valueAxis, Qt::AlignLeft);
@@ -228,14 +228,14 @@ void TrendsPage::buildPlots()
         connect(plot.view, &TrendChartView::sigZoomRequested, this, &TrendsPage::onZoom);
         connect(plot.view, &TrendChartView::sigPanRequested, this, &TrendsPage::onPan);
         connect(plot.view, &TrendChartView::sigCursorMoved, this, &TrendsPage::onCursor);
-        layout->addWidget(plot.view, spec.stretch);
+        layout->addWidget(plot.view, kind.stretch);
         m_plots.append(plot);
     }
     for (int series = 0; series < RecordedQuantities::trendIndexes().size(); ++series) {
         const RecordedQuantities::Quantity &quantity = quantityOfSeries(series);
         int plotIndex = 0;
-        for (int i = 0; i < int(std::size(s_plotSpecs)); ++i) {
-            if (s_plotSpecs[i].group == quantity.trend) {
+        for (int i = 0; i < int(std::size(s_plotKinds)); ++i) {
+            if (s_plotKinds[i].group == quantity.trend) {
                 plotIndex = i;
             }
         }

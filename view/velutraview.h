@@ -395,7 +395,7 @@ private:
     // The spot table's "Maximum runtime" column; setCrystalMaxRuntime hands its value here.
     void setSpotTableMaxRuntime(quint64 seconds);
 
-    // The PanelKit classes are named through elaborated type specifiers so that this header
+    // The PanelKit classes are named through elaborated type names so that this header
     // keeps its includes and forward declarations as they are.
     QList<class LineEdit *> m_systemDetailsFields;
     QList<class LineEdit *> m_temperatureFields;
