@@ -174,6 +174,9 @@ VelutraController::VelutraController(QWidget *mainWindow, MainControlPanel *pane
     , m_serialHandler(handler)
     , m_decoder(new VelutraResponseDecoder(this))
 {
+    m_mainLoopTimer.setSingleShot(true);
+    m_mainLoopTimer.setInterval(MainLoopIntervalMs);
+    connect(&m_mainLoopTimer, &QTimer::timeout, this, &VelutraController::slotMainLoop);
     wireDecoder();
     loadSettings();
     wireHandler();
@@ -397,6 +400,22 @@ void VelutraController::wirePanel()
 void VelutraController::slotConnectedStatus(bool connected)
 {
     m_connected = connected;
+    wakeMainLoop();
+}
+
+void VelutraController::wakeMainLoop()
+{
+    if (!m_mainLoopTimer.isActive()) {
+        m_mainLoopTimer.start();
+    }
+}
+
+bool VelutraController::mainLoopIsSettled() const
+{
+    const bool linkAsExpected
+            = (m_mainLoopState == 1 && !m_connected) || (m_mainLoopState == 2 && m_connected);
+    return linkAsExpected && !m_unhandledLineEpisode.isActive()
+           && !m_parsingErrorEpisode.isActive();
 }
 
 void VelutraController::slotMainLoop()
@@ -432,7 +451,11 @@ void VelutraController::slotMainLoop()
         m_mainLoopState = 0;
         break;
     }
-    QTimer::singleShot(MainLoopIntervalMs, this, &VelutraController::slotMainLoop);
+    if (mainLoopIsSettled()) {
+        m_mainLoopTimer.stop();
+    } else {
+        m_mainLoopTimer.start();
+    }
 }
 
 void VelutraController::installBaseMonitorList()
@@ -701,11 +724,13 @@ void VelutraController::appendDelayed_digiop_Command()
 void VelutraController::slotUnhandledLineData(const QByteArray &line)
 {
     m_unhandledLineEpisode.record(tr("Velutra message: %1").arg(clippedLine(line)));
+    wakeMainLoop();
 }
 
 void VelutraController::slotParsingError(const QByteArray &line)
 {
     m_parsingErrorEpisode.record(tr("Parsing error: %1").arg(clippedLine(line)));
+    wakeMainLoop();
 }
 
 void VelutraController::slotDebuggingStatusChanged(bool value)

@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 class GUIWidget;
 class MainControlPanel;
@@ -409,6 +410,9 @@ private:
     void buildPanel();
     void wirePanel();
     void installBaseMonitorList();
+    // Schedules the loop's next turn unless one is already due.
+    void wakeMainLoop();
+    bool mainLoopIsSettled() const;
     void installModuleList(int column);
     void emitModuleVisibilitySteps(int column);
     void runModuleStep(int step, int column);
@@ -438,6 +442,10 @@ private:
     QString m_applicationName;
     int m_aomOperatingMode = 0;
     int m_mainLoopState = 0;
+    // The loop's next turn. While the link stays as it is and no log episode waits to be
+    // summed up, a turn has nothing to do; the loop then rests until the link changes or a
+    // device line starts an episode, instead of waking the GUI thread a hundred times a second.
+    QTimer m_mainLoopTimer;
     // A device that babbles must not fill the operator's log: lines it sends that the decoder
     // cannot place are shown for the first few of an episode and counted after that.
     LogEpisode m_unhandledLineEpisode = deviceLineEpisode(tr("Velutra message: …"));

@@ -5,6 +5,7 @@
 #include "velutracontroller.h"
 #include "velutraresponsedecoder.h"
 
+#include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QMetaMethod>
 #include <QPointer>
@@ -303,6 +304,7 @@ private slots:
     void dynamicWavelengthFeature();
 
     void mainLoopStates();
+    void mainLoopRestsWhileNothingChanges();
     void mainLoopTurnsByItself();
     void reconnectionKeepsOneCopyOfEachBaseCommand();
     void panelWidgetGoneIsRebuilt();
@@ -704,6 +706,62 @@ void TestControllerCore::mainLoopStates()
     controller.slotMainLoop();
     QCOMPARE(rig.take(), s_connectQueries);
     QVERIFY(controller.panelWidget()->isEnabled());
+}
+
+namespace {
+
+// How often the GUI thread's event loop wakes up during the next windowMs.
+int wakeUpsWithin(int windowMs)
+{
+    int wakeUps = 0;
+    QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
+    const QMetaObject::Connection counting = QObject::connect(
+            dispatcher, &QAbstractEventDispatcher::awake, [&wakeUps] { ++wakeUps; });
+    // The window is what is measured here, not a wait for something to happen. QTest::qWait
+    // would not do: it wakes every 10 ms of its own accord.
+    QEventLoop window;
+    QTimer::singleShot(windowMs, &window, &QEventLoop::quit);
+    window.exec();
+    QObject::disconnect(counting);
+    return wakeUps;
+}
+
+} // namespace
+
+void TestControllerCore::mainLoopRestsWhileNothingChanges()
+{
+    // A turn of the loop that has nothing to do still wakes the GUI thread; a hundred of
+    // them a second cost more than everything else the program does while it polls.
+    static constexpr int WindowMs = 500;
+    // Waking every 10 ms would give 50 in the window; the few left over belong to Qt.
+    static constexpr int RestingWakeUps = 10;
+    Rig rig;
+    QTimer::singleShot(10, rig.controller.get(), SLOT(slotMainLoop()));
+    QTRY_COMPARE(rig.recorder.recorded().size(), 1 + s_baseList.size());
+    rig.take();
+
+    // Waiting for the link.
+    int wakeUps = wakeUpsWithin(WindowMs);
+    QVERIFY2(wakeUps < RestingWakeUps, qPrintable(QString::number(wakeUps)));
+
+    // The link comes up: the loop wakes by itself, asks its questions once, then rests.
+    rig.controller->slotConnectedStatus(true);
+    QTRY_COMPARE(rig.recorder.recorded(), s_connectQueries);
+    rig.take();
+    QVERIFY(rig.controller->panelWidget()->isEnabled());
+    wakeUps = wakeUpsWithin(WindowMs);
+    QVERIFY2(wakeUps < RestingWakeUps, qPrintable(QString::number(wakeUps)));
+    QCOMPARE(rig.take(), QStringList{});
+
+    // A line nobody knows opens a log episode, and the loop turns until it can be summed up.
+    rig.controller->slotUnhandledLineData("no such reply");
+    wakeUps = wakeUpsWithin(WindowMs);
+    QVERIFY2(wakeUps >= RestingWakeUps, qPrintable(QString::number(wakeUps)));
+
+    // The link goes down: the loop notices without being asked.
+    rig.controller->slotConnectedStatus(false);
+    QTRY_VERIFY(!rig.controller->panelWidget()->isEnabled());
+    QTRY_COMPARE(rig.recorder.recorded(), s_baseList);
 }
 
 void TestControllerCore::mainLoopTurnsByItself()
