@@ -22,6 +22,10 @@ QDockWidget *ZELMMainWindow::createGenericDockWidget(QWidget *widget, const QStr
     if (widget) {
         widget->setParent(dock);
         dock->setWidget(widget);
+        // A dock behind another one's tab is only moved out of sight, not hidden: its page
+        // would still count as visible and go on laying out and drawing what nobody can see.
+        // Hiding the page with its dock lets it rest until its tab comes to the front.
+        connect(dock, &QDockWidget::visibilityChanged, widget, &QWidget::setVisible);
     }
     addDockWidget(area, dock);
     dock->setFloating(floating);

@@ -21,6 +21,8 @@ public:
 
     // Docks `widget` under `title` in `area`; `floating` starts it undocked.
     // The dock's object name is the title, so that saveState() can find it again.
+    // The page is hidden whenever its dock is out of sight (closed, or behind another
+    // dock's tab) and shown again with it.
     QDockWidget *createGenericDockWidget(QWidget *widget, const QString &title,
                                          Qt::DockWidgetArea area, bool floating);
 

@@ -4,6 +4,7 @@
 #include "maincontrolpanel.h"
 #include "zelmmainwindow.h"
 
+#include <QAction>
 #include <QDockWidget>
 #include <QLabel>
 #include <QPointer>
@@ -29,6 +30,52 @@ private slots:
         QCOMPARE(window.dockWidgetArea(dock), Qt::RightDockWidgetArea);
         QVERIFY(!dock->isFloating());
         QCOMPARE(window.accessoryDocks(), QList<QDockWidget *>{dock});
+    }
+
+    void pageRestsWhileItsDockIsOutOfSight()
+    {
+        // A dock behind another one's tab is only moved away by Qt; its page must be hidden
+        // so that it stops drawing, and come back with its tab.
+        ZELMMainWindow window;
+        window.setCentralWidget(new CenterTabWidget(&window));
+        auto *monitor = new QLabel(QStringLiteral("traffic"));
+        auto *trends = new QLabel(QStringLiteral("trends"));
+        QDockWidget *monitorDock = window.createGenericDockWidget(
+                monitor, QStringLiteral("Monitor"), Qt::BottomDockWidgetArea, false);
+        QDockWidget *trendsDock = window.createGenericDockWidget(trends, QStringLiteral("Trends"),
+                                                                 Qt::BottomDockWidgetArea, false);
+        window.tabifyDockWidget(monitorDock, trendsDock);
+        monitorDock->raise();
+        window.resize(800, 600);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QTRY_VERIFY(monitor->isVisible());
+        QTRY_VERIFY(!trends->isVisible());
+
+        trendsDock->raise();
+        QTRY_VERIFY(trends->isVisible());
+        QTRY_VERIFY(!monitor->isVisible());
+
+        // A dock on its own comes back with its page.
+        auto *log = new QLabel(QStringLiteral("log"));
+        QDockWidget *logDock = window.createGenericDockWidget(log, QStringLiteral("Log"),
+                                                              Qt::RightDockWidgetArea, false);
+        QTRY_VERIFY(log->isVisible());
+        logDock->close();
+        QTRY_VERIFY(!log->isVisible());
+        logDock->toggleViewAction()->trigger();
+        QTRY_VERIFY(log->isVisible());
+
+        // Closing a dock hides its page too; opening it again (behind the other tab) and
+        // bringing it to the front shows the page.
+        trendsDock->close();
+        QTRY_VERIFY(!trends->isVisible());
+        QTRY_VERIFY(monitor->isVisible());
+        trendsDock->toggleViewAction()->trigger();
+        QTRY_VERIFY(trendsDock->isVisible());
+        trendsDock->raise();
+        QTRY_VERIFY(trends->isVisible());
+        QTRY_VERIFY(!monitor->isVisible());
     }
 
     void removeAllAccessoryDocksDeletesThem()
