@@ -80,6 +80,7 @@ private:
     void pressByOperator();
     // 0..1: how far the lamp is towards the blink colour at this moment.
     double blinkLevel() const;
+    void nextBlinkFrame();
     QRectF lampRect(const QRectF &face) const;
 
     QString m_text;

@@ -174,10 +174,13 @@ void ScaleSlider::setValue(double value)
         qCWarning(lcPanelKit) << "Slider value" << value << "is not a number - value kept";
         return;
     }
-    m_value = value;
-    if (!m_dragging) {
-        m_position = positionOf(value);
+    // The polling loop repeats the same value every cycle; only a change is drawn.
+    const int position = m_dragging ? m_position : positionOf(value);
+    if (value == m_value && position == m_position) {
+        return;
     }
+    m_value = value;
+    m_position = position;
     update();
 }
 

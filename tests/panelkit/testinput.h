@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QObject>
 #include <QTest>
 #include <QWheelEvent>
 #include <QWidget>
@@ -68,5 +69,24 @@ inline void showActive(QWidget *widget, QSize size = QSize(640, 120))
         qWarning("The test window did not become active");
     }
 }
+
+// Counts the paint events a widget receives: what a program that repeats the same values
+// every polling cycle must not cause.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget *widget) { widget->installEventFilter(this); }
+
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            ++count;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
 
 } // namespace TestInput

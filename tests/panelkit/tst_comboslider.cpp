@@ -110,6 +110,23 @@ private slots:
         QCOMPARE(unit->stepList(), (QList<double>{10, 20, 25, 50}));
     }
 
+    void repeatedValueDrawsNothing()
+    {
+        // The device reports the same set value every polling cycle.
+        auto slider = makeSteppedSlider({10, 20, 25, 50});
+        slider->setValue(20);
+        QTest::qWait(50);
+        ScaleSlider *handle = handleOf(slider.get());
+        TestInput::PaintCounter paints(handle);
+        for (int cycle = 0; cycle < 20; ++cycle) {
+            slider->setValue(20);
+            QTest::qWait(5);
+        }
+        QCOMPARE(paints.count, 0);
+        slider->setValue(25);
+        QTRY_VERIFY(paints.count > 0);
+    }
+
     void stepListStopsOnlyOnListedValues()
     {
         auto slider = makeSteppedSlider({10, 20, 25, 50});

@@ -155,6 +155,42 @@ private slots:
         QCOMPARE(toggled.count(), 0);
     }
 
+    void blinkingDrawsOnlyTheFades()
+    {
+        // The lamp changes only while it fades in or out (a fifth of each half period);
+        // drawing at frame rate in between would repaint a steady lamp thirty times a second.
+        auto button = makeButton();
+        QTest::qWait(50);
+        TestInput::PaintCounter paints(button.get());
+        static constexpr int s_interval = 500;
+        static constexpr int s_watchMs = 2000;
+        button->setBlink(true, s_interval, s_red);
+        QTest::qWait(s_watchMs);
+        // Two periods with two fades each, about four frames a fade: some 16 paints. At 30
+        // frames a second it would be 60; a late timer on a busy machine only gives fewer.
+        QVERIFY2(paints.count <= 30, qPrintable(QString::number(paints.count)));
+        QVERIFY2(paints.count >= 4, qPrintable(QString::number(paints.count)));
+        button->setBlink(false);
+    }
+
+    void repeatedSettersDrawNothing()
+    {
+        auto button = makeButton();
+        button->setActive(true);
+        QTest::qWait(50);
+        TestInput::PaintCounter paints(button.get());
+        for (int cycle = 0; cycle < 20; ++cycle) {
+            button->setColors(s_red, s_grey);
+            button->setButtonColor(2);
+            button->setActive(true);
+            button->setText(QStringLiteral("Output\nenable"));
+            QTest::qWait(5);
+        }
+        QCOMPARE(paints.count, 0);
+        button->setButtonColor(3);
+        QTRY_VERIFY(paints.count > 0);
+    }
+
     void repeatedBlinkCallsKeepTheRhythm()
     {
         // A polling loop says "blink" every cycle; the lamp must still go on and off.
