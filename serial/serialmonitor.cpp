@@ -34,10 +34,14 @@ static constexpr QRgb TagColour = 0xff000000;
 static constexpr char HexDumpFormat[] = "<font color=#ff00ff>%1</font>";
 static constexpr QRgb HexDumpColour = 0xffff00ff;
 
-// Traffic is gathered and shown five times a second: one document edit and one repaint for
-// all lines that came in meanwhile, instead of one of each per line. Every rendering scrolls
-// and draws the visible lines anew; a fifth of a second still reads as live.
-static constexpr int RenderIntervalMs = 200;
+// Traffic is gathered and shown twice a second: one document edit and one repaint for all
+// lines that came in meanwhile, instead of one of each per line. Every rendering scrolls and
+// lays out and draws the visible lines anew, which costs about as much as laying out the new
+// lines themselves; the laser answers about one polling turn a second, so half a second
+// still reads as live.
+static constexpr int RenderIntervalMs = 500;
+// How often a view of a minimized window looks whether it has been restored.
+static constexpr int MinimizedCheckIntervalMs = 1000;
 // Raw lines kept for the view until it renders them: what a hidden page shows when it comes
 // back, and the most one rendering can be asked for.
 static constexpr int PendingLinesLimit = 2000;
@@ -193,9 +197,17 @@ void SerialMonitor::appendTraffic(const QString &tag, const QString &direction,
         m_pendingLines.pop_front();
         ++m_droppedLines;
     }
-    if (isVisible() && !m_renderTimer.isActive()) {
+    if (isOnScreen() && !m_renderTimer.isActive()) {
         m_renderTimer.start(RenderIntervalMs);
     }
+}
+
+bool SerialMonitor::isOnScreen() const
+{
+    // A minimized window keeps its widgets "visible"; laying out lines nobody can see for a
+    // night of polling is wasted. Restoring the window shows each page again, and the
+    // show event brings the view up to date.
+    return isVisible() && !window()->isMinimized();
 }
 
 void SerialMonitor::showEvent(QShowEvent *event)
@@ -209,7 +221,12 @@ void SerialMonitor::showEvent(QShowEvent *event)
 
 void SerialMonitor::renderPendingLines()
 {
-    if (!isVisible()) {
+    if (!isOnScreen()) {
+        // Restoring a minimized window does not always show its pages again (the window
+        // system may expose it before it reports the new state); look again now and then.
+        if (isVisible()) {
+            m_renderTimer.start(MinimizedCheckIntervalMs);
+        }
         return;
     }
     QPlainTextEdit *view = m_ui->plainTextEditTraffic;

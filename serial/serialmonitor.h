@@ -69,6 +69,7 @@ private:
     };
 
     void appendTraffic(const QString &tag, const QString &direction, const QByteArray &bytes);
+    bool isOnScreen() const;
     void renderPendingLines();
     void insertTrafficLine(QTextCursor &cursor, const TrafficLine &line);
     void insertDroppedLinesNote(QTextCursor &cursor);

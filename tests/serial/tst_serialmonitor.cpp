@@ -79,6 +79,7 @@ private slots:
     void tricklingLinesShareEdits();
     void hiddenMonitorKeepsRawBacklog();
     void hiddenAgainBuildsNothing();
+    void minimizedWindowBuildsNothing();
     void longLineIsCutOnDisplay();
     void sendEmitsCommandWithLineFeed();
     void emptyCommandSendsNothing();
@@ -470,8 +471,8 @@ void TestSerialMonitor::hiddenMonitorKeepsRawBacklog()
     for (int index = 0; index < Lines; ++index) {
         monitor.slotBytesReceived(QStringLiteral("COM3:%1").arg(index), "line\r");
     }
-    // Time for any timer to run: a hidden page lays out nothing.
-    QTest::qWait(400);
+    // Time for any timer to run (two renderings' worth): a hidden page lays out nothing.
+    QTest::qWait(1000);
     QCOMPARE(edits.count(), 0);
     QVERIFY(edit->document()->isEmpty());
 
@@ -505,7 +506,7 @@ void TestSerialMonitor::hiddenAgainBuildsNothing()
     QSignalSpy edits(edit->document(), &QTextDocument::contentsChange);
     monitor.slotBytesReceived(QStringLiteral("COM3:00-001"), "second\r");
     monitor.slotBytesTransmitted(QStringLiteral("COM3:00-002"), "third\n");
-    QTest::qWait(400);
+    QTest::qWait(1000);
     QCOMPARE(edits.count(), 0);
     QCOMPARE(edit->document()->blockCount(), 1);
 
@@ -513,6 +514,35 @@ void TestSerialMonitor::hiddenAgainBuildsNothing()
     QTRY_COMPARE(edit->document()->blockCount(), 3);
     QVERIFY(edit->document()->findBlockByNumber(1).text().contains(QLatin1String("second")));
     QVERIFY(edit->document()->findBlockByNumber(2).text().contains(QLatin1String("third")));
+}
+
+// A minimized window keeps its pages "visible"; a night of polling must not be laid out
+// for nobody.
+void TestSerialMonitor::minimizedWindowBuildsNothing()
+{
+    SerialMonitor monitor;
+    QVERIFY(showMonitor(monitor));
+    QPlainTextEdit *edit = view(monitor);
+    QVERIFY(edit);
+    monitor.slotBytesReceived(QStringLiteral("COM3:00-000"), "first\r");
+    QTRY_COMPARE(edit->document()->isEmpty(), false);
+
+    monitor.showMinimized();
+    QTRY_VERIFY(monitor.isMinimized());
+    QVERIFY(monitor.isVisible());
+    QSignalSpy edits(edit->document(), &QTextDocument::contentsChange);
+    for (int index = 1; index <= 50; ++index) {
+        monitor.slotBytesReceived(QStringLiteral("COM3:00-%1").arg(index, 3, 10, QLatin1Char('0')),
+                                  "more\r");
+    }
+    QTest::qWait(1000);
+    QCOMPARE(edits.count(), 0);
+    QCOMPARE(edit->document()->blockCount(), 1);
+
+    // Restored, it catches up without waiting for more traffic.
+    monitor.showNormal();
+    QTRY_COMPARE(edit->document()->blockCount(), 51);
+    QVERIFY(edit->document()->lastBlock().text().startsWith(QStringLiteral("COM3:00-050: ")));
 }
 
 void TestSerialMonitor::longLineIsCutOnDisplay()
