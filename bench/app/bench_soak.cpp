@@ -5,11 +5,14 @@
 // Reports what it wrote, how much it polled, whether it came back after each re-plug, and
 // what it cost: resident memory over time and CPU share.
 //
-//   bench_soak [seconds] [--replug-every S] [--churn S] [--xp PATH] [--sim PATH]
+//   bench_soak [seconds] [--replug-every S] [--churn S] [--hidden] [--xp PATH] [--sim PATH]
 //
 // Defaults: 3600 s, a re-plug every 180 s (0: never), a churn step every 2 s. The program
-// runs on the offscreen platform unless DISPLAY is set, with its window shown; it has no way
-// to run with the panel hidden.
+// runs on the offscreen platform unless DISPLAY is set, with its window shown. With --hidden
+// (which needs an X display, e.g. xvfb-run) its window is minimized as a window manager would
+// do it, a few seconds after start and again for any window it opens later.
+
+#include "windowiconifier.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -31,6 +34,8 @@ static constexpr int DefaultReplugSeconds = 180;
 static constexpr double DefaultChurnSeconds = 2.0;
 static constexpr int SampleSeconds = 10;
 static constexpr int UnpluggedSeconds = 2;
+static constexpr double FirstIconifySeconds = 5;
+static constexpr double IconifyCheckSeconds = 1;
 
 struct Sample
 {
@@ -188,6 +193,7 @@ int main(int argc, char *argv[])
     int seconds = DefaultSeconds;
     int replugSeconds = DefaultReplugSeconds;
     double churnSeconds = DefaultChurnSeconds;
+    bool hidden = false;
     QString programPath = QStringLiteral(VELUTRA_XP_BINARY);
     QString simulatorPath = QStringLiteral(VELUTRA_SIM_BINARY);
     for (int i = 0; i < arguments.size(); ++i) {
@@ -199,6 +205,8 @@ int main(int argc, char *argv[])
         } else if (argument == QLatin1String("--churn")) {
             churnSeconds = value.toDouble();
             ++i;
+        } else if (argument == QLatin1String("--hidden")) {
+            hidden = true;
         } else if (argument == QLatin1String("--xp")) {
             programPath = value;
             ++i;
@@ -209,10 +217,16 @@ int main(int argc, char *argv[])
             seconds = argument.toInt();
         } else {
             std::fprintf(stderr,
-                         "usage: bench_soak [seconds] [--replug-every S] [--churn S] [--xp PATH] "
-                         "[--sim PATH]\n");
+                         "usage: bench_soak [seconds] [--replug-every S] [--churn S] [--hidden] "
+                         "[--xp PATH] [--sim PATH]\n");
             return 2;
         }
+    }
+
+    if (hidden && (!WindowIconifier::isAvailable() || !qEnvironmentVariableIsSet("DISPLAY"))) {
+        std::fprintf(stderr, "bench_soak: --hidden needs an X display and a build with libxcb; "
+                             "run it under xvfb-run\n");
+        return 2;
     }
 
     QTemporaryDir home;
@@ -255,20 +269,35 @@ int main(int argc, char *argv[])
     }
     const qint64 pid = program.processId();
     const long ticksPerSecond = ::sysconf(_SC_CLK_TCK);
-    std::printf("bench_soak: %d s, re-plug every %d s, churn every %.3g s, program %s\n", seconds,
-                replugSeconds, churnSeconds, qPrintable(programPath));
+    std::printf("bench_soak: %d s, re-plug every %d s, churn every %.3g s, window %s, program %s\n",
+                seconds, replugSeconds, churnSeconds, hidden ? "minimized" : "shown",
+                qPrintable(programPath));
     std::fflush(stdout);
 
     QList<Sample> samples;
     int replugs = 0;
     double nextReplug = replugSeconds > 0 ? replugSeconds : -1;
     double nextSample = 0;
+    // The window needs a moment to appear; after that, any new one (a warning) goes too.
+    double nextIconify = FirstIconifySeconds;
+    int iconified = 0;
     while (clock.elapsed() < qint64(seconds) * 1000) {
         const double now = clock.elapsed() / 1000.0;
         if (program.state() != QProcess::Running) {
             std::printf("bench_soak: velutra-xp ended after %.0f s (exit code %d)\n", now,
                         program.exitCode());
             break;
+        }
+        if (hidden && now >= nextIconify) {
+            QString error;
+            const int count = WindowIconifier::iconifyWindowsOf(pid, &error);
+            if (count < 0) {
+                std::fprintf(stderr, "bench_soak: %s\n", qPrintable(error));
+            } else if (count > 0) {
+                iconified += count;
+                std::printf("  %6.0f s  minimized %d window(s)\n", now, count);
+            }
+            nextIconify += IconifyCheckSeconds;
         }
         if (now >= nextSample) {
             samples.append(Sample{now, residentKiB(pid), cpuTicks(pid)});
@@ -339,6 +368,9 @@ int main(int argc, char *argv[])
 
     std::printf("\nbench_soak results after %.0f s\n", elapsed);
     std::printf("  program alive at the end      %s\n", alive ? "yes" : "NO");
+    if (hidden) {
+        std::printf("  windows minimized             %d\n", iconified);
+    }
     std::printf("  set commands written          %d (plus d2=0 %d time(s))\n",
                 int(trace.setCommands.size()), trace.debugOff);
     for (const QByteArray &command : trace.setCommands.mid(0, 10)) {
