@@ -131,6 +131,22 @@ int main(int argc, char **argv)
         }
         model.append(start + qint64(i) * 1000, row);
     }
+    {
+        // Decimation alone, every series into as many columns as a wide plot has.
+        static constexpr int Columns = 1300;
+        static constexpr int Passes = 20;
+        const qint64 end = model.time(model.size() - 1);
+        qint64 points = 0;
+        clock.restart();
+        for (int pass = 0; pass < Passes; ++pass) {
+            for (int s = 0; s < seriesCount; ++s) {
+                points += model.decimated(s, end - TrendsModel::RetainedMs, end, Columns).size();
+            }
+        }
+        out << "Decimation, 24 h x " << seriesCount << " series into " << Columns
+            << " columns: " << double(clock.nsecsElapsed()) / Passes / 1e6 << " ms ("
+            << points / Passes / seriesCount << " points a line)\n";
+    }
     // Plot size from the command line (width height), default 1600 x 900.
     const QStringList arguments = application.arguments();
     const QSize size = arguments.size() > 2
