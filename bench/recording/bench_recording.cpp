@@ -9,6 +9,7 @@
 #include "recordedquantities.h"
 #include "recordingservice.h"
 #include "trafficlogwriter.h"
+#include "trendchartview.h"
 #include "trendsmodel.h"
 #include "trendspage.h"
 #include "valuerecorder.h"
@@ -21,9 +22,11 @@
 #include <QPixmap>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QWheelEvent>
 
 #include <cmath>
 #include <cstdio>
+#include <functional>
 
 namespace {
 
@@ -161,31 +164,53 @@ int main(int argc, char **argv)
     page.show();
     application.processEvents();
     QPixmap target(page.size());
-    const auto measure = [&](const QString &what) {
+    // A frame is what the page does when the picture moves, the chart's layout that follows,
+    // then a paint of the whole page.
+    // Live, the window moves on by a new sample; zoomed, a wheel notch in or out (alternately)
+    // changes the range. Both move the axes every frame, as they do in use.
+    qint64 newest = model.time(model.size() - 1);
+    const auto appendAndRedraw = [&](int) {
+        newest += 1000;
+        model.append(newest, row);
+        page.redraw();
+    };
+    TrendChartView *view = page.findChildren<TrendChartView *>().constFirst();
+    const auto wheel = [&](int frame) {
+        const QPointF centre = QRectF(view->viewport()->rect()).center();
+        QWheelEvent event(centre, QPointF(view->viewport()->mapToGlobal(centre.toPoint())),
+                          QPoint(), QPoint(0, frame % 2 == 0 ? 120 : -120), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view->viewport(), &event);
+    };
+    const auto measure = [&](const QString &what, const std::function<void(int)> &step) {
         static constexpr int Frames = 20;
         qint64 update = 0;
         qint64 paint = 0;
         for (int i = 0; i < Frames; ++i) {
             clock.restart();
-            page.redraw();
+            step(i);
+            // The chart lays itself out again on the event loop after an axis has changed.
+            application.processEvents();
             update += clock.nsecsElapsed();
             clock.restart();
             page.render(&target);
             paint += clock.nsecsElapsed();
         }
         out << "Trends frame, " << what << ", " << size.width() << "x" << size.height() << ": "
-            << double(update) / Frames / 1e6 << " ms decimate and update + "
+            << double(update) / Frames / 1e6 << " ms decimate, update and lay out + "
             << double(paint) / Frames / 1e6
             << " ms paint = " << double(update + paint) / Frames / 1e6 << " ms ("
             << page.drawnPointCount(0) << " points a line)\n";
     };
-    measure(QStringLiteral("24 h x %1 series").arg(seriesCount));
+    measure(QStringLiteral("24 h x %1 series, live").arg(seriesCount), appendAndRedraw);
     for (int s = 15; s < seriesCount; ++s) {
         page.setSeriesShown(s, false);
     }
-    measure(QStringLiteral("24 h x 15 series"));
+    measure(QStringLiteral("24 h x 15 series, live"), appendAndRedraw);
+    measure(QStringLiteral("24 h x 15 series, zoom"), wheel);
+    page.goLive();
     page.setWindowIndex(0);
-    measure(QStringLiteral("live 5 min x 15 series"));
+    measure(QStringLiteral("5 min x 15 series, live"), appendAndRedraw);
     for (int s = 15; s < seriesCount; ++s) {
         page.setSeriesShown(s, true);
     }
