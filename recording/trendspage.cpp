@@ -41,6 +41,8 @@ static constexpr double MinimumSpanMs = 10000.0;
 static constexpr double RangeMargin = 0.05;
 static constexpr int FallbackBins = 800;
 static constexpr int TimeTicks = 7;
+// Qt's own dialog everywhere: the same on every desktop, and one a test can fill in.
+static constexpr QFileDialog::Options FileDialogOptions = QFileDialog::DontUseNativeDialog;
 
 struct PlotKind
 {
@@ -155,9 +157,11 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
     m_liveButton->setToolTip(
             tr("Follow the newest values; the wheel zooms and a drag pans the time axis"));
     auto *exportPlotButton = new QToolButton(this);
+    exportPlotButton->setObjectName(QStringLiteral("exportPlotButton"));
     exportPlotButton->setText(tr("Export plot…"));
     exportPlotButton->setToolTip(tr("Save the plots as shown, as PNG or PDF"));
     auto *exportDataButton = new QToolButton(this);
+    exportDataButton->setObjectName(QStringLiteral("exportDataButton"));
     exportDataButton->setText(tr("Export data…"));
     exportDataButton->setToolTip(tr("Save the shown series over the shown time as CSV"));
     tools->addWidget(new QLabel(tr("Window:"), this));
@@ -575,7 +579,7 @@ void TrendsPage::chooseExportPlot()
     const QString path = QFileDialog::getSaveFileName(
             this, tr("Export plot"),
             QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.png")),
-            tr("PNG image (*.png);;PDF document (*.pdf)"));
+            tr("PNG image (*.png);;PDF document (*.pdf)"), nullptr, FileDialogOptions);
     if (!path.isEmpty()) {
         exportPlot(path);
     }
@@ -586,7 +590,7 @@ void TrendsPage::chooseExportData()
     const QString path = QFileDialog::getSaveFileName(
             this, tr("Export data"),
             QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.csv")),
-            tr("CSV file (*.csv)"));
+            tr("CSV file (*.csv)"), nullptr, FileDialogOptions);
     if (!path.isEmpty()) {
         exportData(path);
     }
