@@ -60,7 +60,7 @@ bool TrendLinesItem::isLineVisible(int line) const
 
 QRectF TrendLinesItem::boundingRect() const
 {
-    return m_plotArea;
+    return m_plotArea.adjusted(-1, -1, 1, 1);
 }
 
 void TrendLinesItem::followPlotArea(const QRectF &plotArea)
@@ -89,8 +89,9 @@ void TrendLinesItem::paint(QPainter *painter, const QStyleOptionGraphicsItem *op
     const double bottom = m_plotArea.bottom();
     painter->save();
     // The points just outside the window, which take the lines to the plot's edges, are cut
-    // there.
-    painter->setClipRect(m_plotArea, Qt::IntersectClip);
+    // there; a pixel beyond, so that a value at either end of the value axis still shows on
+    // the plot's edge.
+    painter->setClipRect(m_plotArea.adjusted(-1, -1, 1, 1), Qt::IntersectClip);
     const auto drawRun = [this, painter] {
         // A value alone between gaps is still a value: it shows as a dot.
         if (m_run.size() == 1) {

@@ -90,7 +90,7 @@ private:
     std::vector<qint64> m_times;
     // Series after series, each m_capacity long: a decimation pass reads one run of memory.
     std::vector<float> m_values;
-    // Per block size: series after series, blocksFor(size) blocks each.
+    // Per block size: series after series, m_blocksPerSeries blocks each.
     std::array<std::vector<BlockSummary>, BlockShifts.size()> m_summaries;
     std::array<int, BlockShifts.size()> m_blocksPerSeries = {};
 };

@@ -103,19 +103,19 @@ struct NiceScale
     int ticks;
 };
 
-// An axis from low to high with about the given number of ticks, on round values: a step of
-// 1, 2 or 5 times a power of ten, the ends on multiples of the step.
+// An axis from low to high with about the given number of ticks, on round values: the step
+// is 1, 2 or 5 times a power of ten, whichever is nearest to an even division, and the ends
+// are multiples of the step.
 NiceScale niceScale(double low, double high, int ticks)
 {
     const double rawStep = (high - low) / qMax(ticks - 1, 1);
     const double magnitude = std::pow(10.0, std::floor(std::log10(rawStep)));
-    double step = 10.0 * magnitude;
-    for (const double factor : {1.0, 2.0, 5.0}) {
-        if (factor * magnitude >= rawStep) {
-            step = factor * magnitude;
-            break;
-        }
-    }
+    const double fraction = rawStep / magnitude;
+    const double step = magnitude
+                        * (fraction < 1.5   ? 1.0
+                           : fraction < 3.0 ? 2.0
+                           : fraction < 7.0 ? 5.0
+                                            : 10.0);
     const double min = std::floor(low / step) * step;
     const double max = qMax(std::ceil(high / step) * step, min + step);
     return {min, max, int(std::lround((max - min) / step)) + 1};
