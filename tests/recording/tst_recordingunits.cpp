@@ -16,10 +16,13 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QLabel>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QtCharts/QChart>
 #include <QtTest>
 
 #include <cmath>
@@ -180,6 +183,7 @@ private slots:
 
     void trendsPageDrawsAndExports();
     void trendsPageZoomLeavesLiveAndLiveReturns();
+    void trendsPageReadsUnderTheCursorAndPansByDrag();
 
 private:
     QTemporaryDir m_dir;
@@ -713,6 +717,58 @@ void TestRecordingUnits::trendsPageZoomLeavesLiveAndLiveReturns()
     QVERIFY(page.isLive());
     QCOMPARE(page.rangeEnd(), qint64(10000000));
     QCOMPARE(page.rangeEnd() - page.rangeStart(), TrendsPage::WindowsMs[1]);
+}
+
+void TestRecordingUnits::trendsPageReadsUnderTheCursorAndPansByDrag()
+{
+    TrendsModel model(RecordedQuantities::trendIndexes().size(), 600);
+    TrendsPage page(&model);
+    page.resize(1000, 700);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    page.setWindowIndex(0);
+    // Oven 1's value is the sample's number, so the readout tells which sample it found.
+    const qint64 start = 1700000000000;
+    QVector<float> row(model.seriesCount(), 20.0f);
+    for (int i = 0; i <= 300; ++i) {
+        row[seriesOf("Oven 1 actual")] = float(i);
+        model.append(start + qint64(i) * 1000, row);
+    }
+    page.redraw();
+    QCOMPARE(page.rangeStart(), start);
+    TrendChartView *view = page.findChildren<TrendChartView *>().constFirst();
+    QtCharts::QChart *chart = view->chart();
+    // Let the chart lay out its axes for the new range.
+    QTRY_VERIFY(chart->plotArea().width() > 500);
+    const QRectF area = chart->plotArea();
+    const auto viewPoint = [&](double share) {
+        return view->mapFromScene(
+                chart->mapToScene(QPointF(area.left() + area.width() * share, area.center().y())));
+    };
+    const auto send = [&](QEvent::Type type, const QPoint &at, Qt::MouseButton button,
+                          Qt::MouseButtons buttons) {
+        QMouseEvent event(type, at, view->viewport()->mapToGlobal(at), button, buttons,
+                          Qt::NoModifier);
+        QApplication::sendEvent(view->viewport(), &event);
+    };
+
+    // A quarter into the five minutes is sample 75, give or take a pixel's worth of time.
+    send(QEvent::MouseMove, viewPoint(0.25), Qt::NoButton, Qt::NoButton);
+    const QString text = page.findChild<QLabel *>(QStringLiteral("readout"))->text();
+    const QRegularExpressionMatch match
+            = QRegularExpression(QStringLiteral("Oven 1 actual: (\\d+) °C")).match(text);
+    QVERIFY2(match.hasMatch(), qPrintable(text));
+    QVERIFY2(qAbs(match.captured(1).toInt() - 75) <= 1, qPrintable(text));
+
+    // A drag of half the plot's width to the left moves the window by half: 150 s later.
+    send(QEvent::MouseButtonPress, viewPoint(0.75), Qt::LeftButton, Qt::LeftButton);
+    send(QEvent::MouseMove, viewPoint(0.25), Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, viewPoint(0.25), Qt::LeftButton, Qt::NoButton);
+    QVERIFY(!page.isLive());
+    const qint64 pixel = qint64(300000 / area.width()) + 1;
+    QVERIFY2(qAbs(page.rangeStart() - (start + 150000)) <= pixel,
+             qPrintable(QString::number(page.rangeStart() - start)));
+    QCOMPARE(page.rangeEnd() - page.rangeStart(), TrendsPage::WindowsMs[0]);
 }
 
 QTEST_MAIN(TestRecordingUnits)
