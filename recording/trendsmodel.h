@@ -15,8 +15,8 @@
 //
 // Beside the samples, each series keeps the minimum and maximum of every aligned block of 16
 // and of 256 samples, brought up to date as samples arrive. A decimation reads those where a
-// pixel column spans whole blocks and single samples only at the column's ends, so drawing
-// 24 h costs about the same as drawing 5 minutes.
+// pixel column spans whole blocks and single samples only at the column's ends, so its cost
+// grows with the columns drawn, hardly with the samples they span.
 class TrendsModel : public QObject
 {
     Q_OBJECT
