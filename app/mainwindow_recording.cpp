@@ -138,7 +138,8 @@ void MainWindow::chooseTrafficLog(bool record)
     }
     const QString path = QFileDialog::getSaveFileName(
             this, tr("Record traffic to file"), suggestedPath("traffic", "log"),
-            tr("Traffic log (*.log *.txt)"), nullptr, QFileDialog::DontConfirmOverwrite);
+            tr("Traffic log (*.log *.txt)"), nullptr,
+            QFileDialog::DontConfirmOverwrite | QFileDialog::DontUseNativeDialog);
     // Cancelled or failed: the box and the menu entry go back to what is true.
     if (path.isEmpty() || !trafficLog->start(path)) {
         m_recordTrafficAction->setChecked(trafficLog->isRecording());
@@ -158,7 +159,7 @@ void MainWindow::chooseValueRecording(bool record)
     }
     const QString path = QFileDialog::getSaveFileName(
             this, tr("Record values"), suggestedPath("values", "csv"), tr("CSV file (*.csv)"),
-            nullptr, QFileDialog::DontConfirmOverwrite);
+            nullptr, QFileDialog::DontConfirmOverwrite | QFileDialog::DontUseNativeDialog);
     if (path.isEmpty() || !values->startFile(path)) {
         m_recordValuesAction->setChecked(values->isRecording());
     }
@@ -179,8 +180,9 @@ void MainWindow::chooseRecordingInterval()
 
 void MainWindow::chooseRecordingFolder()
 {
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("Recording folder"),
-                                                             RecordingSettings::folder());
+    const QString folder = QFileDialog::getExistingDirectory(
+            this, tr("Recording folder"), RecordingSettings::folder(),
+            QFileDialog::ShowDirsOnly | QFileDialog::DontUseNativeDialog);
     if (!folder.isEmpty()) {
         RecordingSettings::setFolder(folder);
     }

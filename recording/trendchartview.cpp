@@ -1,9 +1,11 @@
 #include "trendchartview.h"
 
+#include <QDateTime>
 #include <QMouseEvent>
 
 #include <QWheelEvent>
 #include <QtCharts/QChart>
+#include <QtCharts/QDateTimeAxis>
 
 #include <cmath>
 
@@ -25,7 +27,19 @@ TrendChartView::TrendChartView(QtCharts::QChart *chart, QWidget *parent)
 
 double TrendChartView::timeAt(const QPoint &position) const
 {
-    return chart()->mapToValue(chart()->mapFromScene(mapToScene(position))).x();
+    // Through the time axis' range: the chart maps only through a series, and the plots
+    // have none.
+    const QList<QtCharts::QAbstractAxis *> axes = chart()->axes(Qt::Horizontal);
+    const auto *axis
+            = axes.isEmpty() ? nullptr : qobject_cast<QtCharts::QDateTimeAxis *>(axes.first());
+    const QRectF plotArea = chart()->plotArea();
+    if (!axis || plotArea.width() <= 0.0) {
+        return 0.0;
+    }
+    const double start = double(axis->min().toMSecsSinceEpoch());
+    const double end = double(axis->max().toMSecsSinceEpoch());
+    const double x = chart()->mapFromScene(mapToScene(position)).x();
+    return start + (x - plotArea.left()) / plotArea.width() * (end - start);
 }
 
 void TrendChartView::wheelEvent(QWheelEvent *event)

@@ -3,6 +3,7 @@
 #include "recordedquantities.h"
 #include "recordingsettings.h"
 #include "trendchartview.h"
+#include "trendlinesitem.h"
 #include "trendsmodel.h"
 #include "valuerecorder.h"
 
@@ -24,7 +25,6 @@
 #include <QVBoxLayout>
 #include <QtCharts/QChart>
 #include <QtCharts/QDateTimeAxis>
-#include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 
 #include <cmath>
@@ -41,6 +41,8 @@ static constexpr double MinimumSpanMs = 10000.0;
 static constexpr double RangeMargin = 0.05;
 static constexpr int FallbackBins = 800;
 static constexpr int TimeTicks = 7;
+// Qt's own dialog everywhere: the same on every desktop, and one a test can fill in.
+static constexpr QFileDialog::Options FileDialogOptions = QFileDialog::DontUseNativeDialog;
 
 struct PlotKind
 {
@@ -94,6 +96,31 @@ const RecordedQuantities::Quantity &quantityOfSeries(int series)
     return RecordedQuantities::all().at(RecordedQuantities::trendIndexes().at(series));
 }
 
+struct NiceScale
+{
+    double min;
+    double max;
+    int ticks;
+};
+
+// An axis from low to high with about the given number of ticks, on round values: the step
+// is 1, 2 or 5 times a power of ten, whichever is nearest to an even division, and the ends
+// are multiples of the step.
+NiceScale niceScale(double low, double high, int ticks)
+{
+    const double rawStep = (high - low) / qMax(ticks - 1, 1);
+    const double magnitude = std::pow(10.0, std::floor(std::log10(rawStep)));
+    const double fraction = rawStep / magnitude;
+    const double step = magnitude
+                        * (fraction < 1.5   ? 1.0
+                           : fraction < 3.0 ? 2.0
+                           : fraction < 7.0 ? 5.0
+                                            : 10.0);
+    const double min = std::floor(low / step) * step;
+    const double max = qMax(std::ceil(high / step) * step, min + step);
+    return {min, max, int(std::lround((max - min) / step)) + 1};
+}
+
 QString windowLabel(qint64 milliseconds)
 {
     const qint64 minutes = milliseconds / 60000;
@@ -130,9 +157,11 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
     m_liveButton->setToolTip(
             tr("Follow the newest values; the wheel zooms and a drag pans the time axis"));
     auto *exportPlotButton = new QToolButton(this);
+    exportPlotButton->setObjectName(QStringLiteral("exportPlotButton"));
     exportPlotButton->setText(tr("Export plot…"));
     exportPlotButton->setToolTip(tr("Save the plots as shown, as PNG or PDF"));
     auto *exportDataButton = new QToolButton(this);
+    exportDataButton->setObjectName(QStringLiteral("exportDataButton"));
     exportDataButton->setText(tr("Export data…"));
     exportDataButton->setToolTip(tr("Save the shown series over the shown time as CSV"));
     tools->addWidget(new QLabel(tr("Window:"), this));
@@ -165,7 +194,7 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
     layout->addWidget(m_readout);
 
     const QStringList hidden = RecordingSettings::hiddenSeries();
-    for (int series = 0; series < m_lines.size(); ++series) {
+    for (int series = 0; series < m_plotOfSeries.size(); ++series) {
         const char *name = quantityOfSeries(series).name;
         auto *item = new QListWidgetItem(QString::fromUtf8(name), m_seriesList);
         QPixmap swatch(12, 12);
@@ -174,7 +203,7 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
         item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable);
         const bool shown = !hidden.contains(QString::fromUtf8(name));
         item->setCheckState(shown ? Qt::Checked : Qt::Unchecked);
-        m_lines.at(series)->setVisible(shown);
+        linesOf(series)->setLineVisible(m_lineOfSeries.at(series), shown);
     }
     // Wide enough for every name, so that the list never needs a horizontal scroll bar.
     m_seriesList->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -212,6 +241,8 @@ void TrendsPage::buildPlots()
         plot.chart->setMargins(QMargins(4, 0, 4, 0));
         plot.chart->layout()->setContentsMargins(0, 0, 0, 0);
         plot.chart->setBackgroundRoundness(0);
+        // A plain fill: the theme's gradient costs about as much to paint as all the lines.
+        plot.chart->setBackgroundBrush(QBrush(Qt::white));
         plot.timeAxis = new QDateTimeAxis(plot.chart);
         plot.timeAxis->setTickCount(TimeTicks);
         plot.valueAxis = new QValueAxis(plot.chart);
@@ -223,6 +254,7 @@ void TrendsPage::buildPlots()
         plot.valueAxis->setLabelFormat(QStringLiteral("%.4g"));
         plot.chart->addAxis(plot.timeAxis, Qt::AlignBottom);
         plot.chart->addAxis(plot.valueAxis, Qt::AlignLeft);
+        plot.lines = new TrendLinesItem(plot.chart, plot.timeAxis, plot.valueAxis);
         plot.view = new TrendChartView(plot.chart, m_plotArea);
         plot.view->setMinimumHeight(50);
         connect(plot.view, &TrendChartView::sigZoomRequested, this, &TrendsPage::onZoom);
@@ -240,20 +272,14 @@ void TrendsPage::buildPlots()
             }
         }
         const SeriesLook look = lookOf(quantity.name);
-        auto *line = new QLineSeries(m_plots.at(plotIndex).chart);
-        line->setName(QString::fromUtf8(quantity.name));
         // Cosmetic one-pixel lines take the painter's fast path; wider ones cost a stroke
         // per segment, which at thousands of points a line is most of a frame.
         QPen pen(QColor(look.colour));
         pen.setWidth(1);
         pen.setCosmetic(true);
         pen.setStyle(look.dashed ? Qt::DashLine : Qt::SolidLine);
-        line->setPen(pen);
-        m_plots.at(plotIndex).chart->addSeries(line);
-        line->attachAxis(m_plots.at(plotIndex).timeAxis);
-        line->attachAxis(m_plots.at(plotIndex).valueAxis);
-        m_lines.append(line);
         m_plotOfSeries.append(plotIndex);
+        m_lineOfSeries.append(m_plots.at(plotIndex).lines->addLine(pen));
     }
 }
 
@@ -272,14 +298,25 @@ qint64 TrendsPage::rangeEnd() const
     return m_end;
 }
 
+TrendLinesItem *TrendsPage::linesOf(int series) const
+{
+    return m_plots.at(m_plotOfSeries.at(series)).lines;
+}
+
 int TrendsPage::drawnPointCount(int series) const
 {
-    return m_lines.value(series) ? m_lines.at(series)->count() : 0;
+    if (series < 0 || series >= m_plotOfSeries.size()) {
+        return 0;
+    }
+    return linesOf(series)->pointCount(m_lineOfSeries.at(series));
 }
 
 bool TrendsPage::isSeriesShown(int series) const
 {
-    return m_lines.value(series) && m_lines.at(series)->isVisible();
+    if (series < 0 || series >= m_plotOfSeries.size()) {
+        return false;
+    }
+    return linesOf(series)->isLineVisible(m_lineOfSeries.at(series));
 }
 
 void TrendsPage::setSeriesShown(int series, bool shown)
@@ -333,9 +370,9 @@ void TrendsPage::redraw()
     }
     QVector<double> low(m_plots.size(), std::numeric_limits<double>::infinity());
     QVector<double> high(m_plots.size(), -std::numeric_limits<double>::infinity());
-    QVector<QVector<QPointF>> pending(m_lines.size());
-    for (int series = 0; series < m_lines.size(); ++series) {
-        if (!m_lines.at(series)->isVisible()) {
+    QVector<QVector<QPointF>> pending(m_plotOfSeries.size());
+    for (int series = 0; series < m_plotOfSeries.size(); ++series) {
+        if (!isSeriesShown(series)) {
             continue;
         }
         const int plotIndex = m_plotOfSeries.at(series);
@@ -350,19 +387,14 @@ void TrendsPage::redraw()
             }
         }
     }
-    // Every axis change makes the library lay out each line of the plot again, and that
-    // dominates a frame; emptied lines make the axis changes cheap, so each line is laid out
-    // once, when its new points arrive.
-    for (QLineSeries *line : qAsConst(m_lines)) {
-        if (line->count() > 0) {
-            line->clear();
-        }
-    }
     const bool longWindow = m_end - m_start > WindowsMs[1];
     for (int i = 0; i < m_plots.size(); ++i) {
         const Plot &plot = m_plots.at(i);
-        plot.timeAxis->setFormat(longWindow ? QStringLiteral("dd.MM. HH:mm")
-                                            : QStringLiteral("HH:mm:ss"));
+        const QString format
+                = longWindow ? QStringLiteral("dd.MM. HH:mm") : QStringLiteral("HH:mm:ss");
+        if (plot.timeAxis->format() != format) {
+            plot.timeAxis->setFormat(format);
+        }
         plot.timeAxis->setRange(QDateTime::fromMSecsSinceEpoch(m_start),
                                 QDateTime::fromMSecsSinceEpoch(m_end));
         double bottom = low.at(i);
@@ -375,13 +407,18 @@ void TrendsPage::redraw()
         // Temperatures, humidity and power that are all positive keep zero as the floor
         // rather than a margin that reads as a negative value.
         const double floor = bottom >= 0.0 ? qMax(bottom - margin, 0.0) : bottom - margin;
-        plot.valueAxis->setRange(floor, top + margin);
-        plot.valueAxis->applyNiceNumbers();
-    }
-    for (int series = 0; series < m_lines.size(); ++series) {
-        if (!pending.at(series).isEmpty()) {
-            m_lines.at(series)->replace(pending.at(series));
+        // Each change of an axis lays out the whole chart again, its labels set as rich text:
+        // the range and ticks are worked out here and handed over only when they differ.
+        const NiceScale scale = niceScale(floor, top + margin, s_plotKinds[i].ticks);
+        if (plot.valueAxis->min() != scale.min || plot.valueAxis->max() != scale.max) {
+            plot.valueAxis->setRange(scale.min, scale.max);
         }
+        if (plot.valueAxis->tickCount() != scale.ticks) {
+            plot.valueAxis->setTickCount(scale.ticks);
+        }
+    }
+    for (int series = 0; series < m_plotOfSeries.size(); ++series) {
+        linesOf(series)->setPoints(m_lineOfSeries.at(series), std::move(pending[series]));
     }
 }
 
@@ -430,8 +467,8 @@ QString TrendsPage::readoutAt(qint64 msecsSinceEpoch) const
     QStringList parts;
     parts.append(QDateTime::fromMSecsSinceEpoch(m_model->time(index))
                          .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
-    for (int series = 0; series < m_lines.size(); ++series) {
-        if (!m_lines.at(series)->isVisible()) {
+    for (int series = 0; series < m_plotOfSeries.size(); ++series) {
+        if (!isSeriesShown(series)) {
             continue;
         }
         const int quantity = RecordedQuantities::trendIndexes().at(series);
@@ -450,10 +487,10 @@ QString TrendsPage::readoutAt(qint64 msecsSinceEpoch) const
 void TrendsPage::onItemChanged(QListWidgetItem *item)
 {
     const int series = m_seriesList->row(item);
-    if (series < 0 || series >= m_lines.size()) {
+    if (series < 0 || series >= m_plotOfSeries.size()) {
         return;
     }
-    m_lines.at(series)->setVisible(item->checkState() == Qt::Checked);
+    linesOf(series)->setLineVisible(m_lineOfSeries.at(series), item->checkState() == Qt::Checked);
     saveHiddenSeries();
     redraw();
 }
@@ -461,8 +498,8 @@ void TrendsPage::onItemChanged(QListWidgetItem *item)
 void TrendsPage::saveHiddenSeries() const
 {
     QStringList hidden;
-    for (int series = 0; series < m_lines.size(); ++series) {
-        if (!m_lines.at(series)->isVisible()) {
+    for (int series = 0; series < m_plotOfSeries.size(); ++series) {
+        if (!isSeriesShown(series)) {
             hidden.append(QString::fromUtf8(quantityOfSeries(series).name));
         }
     }
@@ -512,8 +549,8 @@ bool TrendsPage::exportData(const QString &path)
     }
     QVector<int> shown;
     QString text = QStringLiteral("Time");
-    for (int series = 0; series < m_lines.size(); ++series) {
-        if (m_lines.at(series)->isVisible()) {
+    for (int series = 0; series < m_plotOfSeries.size(); ++series) {
+        if (isSeriesShown(series)) {
             shown.append(series);
             text += QLatin1Char(',')
                     + ValueRecorder::csvField(RecordedQuantities::header(
@@ -544,7 +581,7 @@ void TrendsPage::chooseExportPlot()
     const QString path = QFileDialog::getSaveFileName(
             this, tr("Export plot"),
             QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.png")),
-            tr("PNG image (*.png);;PDF document (*.pdf)"));
+            tr("PNG image (*.png);;PDF document (*.pdf)"), nullptr, FileDialogOptions);
     if (!path.isEmpty()) {
         exportPlot(path);
     }
@@ -555,7 +592,7 @@ void TrendsPage::chooseExportData()
     const QString path = QFileDialog::getSaveFileName(
             this, tr("Export data"),
             QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.csv")),
-            tr("CSV file (*.csv)"));
+            tr("CSV file (*.csv)"), nullptr, FileDialogOptions);
     if (!path.isEmpty()) {
         exportData(path);
     }

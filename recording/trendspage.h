@@ -11,12 +11,12 @@ class QListWidgetItem;
 class QTimer;
 class QToolButton;
 class TrendChartView;
+class TrendLinesItem;
 class TrendsModel;
 
 namespace QtCharts {
 class QChart;
 class QDateTimeAxis;
-class QLineSeries;
 class QValueAxis;
 } // namespace QtCharts
 
@@ -83,17 +83,19 @@ private:
         TrendChartView *view = nullptr;
         QtCharts::QDateTimeAxis *timeAxis = nullptr;
         QtCharts::QValueAxis *valueAxis = nullptr;
+        TrendLinesItem *lines = nullptr;
     };
 
     void buildPlots();
     void setRange(qint64 start, qint64 end);
     void saveHiddenSeries() const;
+    TrendLinesItem *linesOf(int series) const;
 
     TrendsModel *m_model = nullptr;
     QVector<Plot> m_plots;
-    // Per model series: its line and the plot it is in.
-    QVector<QtCharts::QLineSeries *> m_lines;
+    // Per model series: the plot it is in and its line there.
     QVector<int> m_plotOfSeries;
+    QVector<int> m_lineOfSeries;
     QWidget *m_plotArea = nullptr;
     QListWidget *m_seriesList = nullptr;
     QComboBox *m_windowCombo = nullptr;

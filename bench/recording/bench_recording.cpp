@@ -9,6 +9,7 @@
 #include "recordedquantities.h"
 #include "recordingservice.h"
 #include "trafficlogwriter.h"
+#include "trendchartview.h"
 #include "trendsmodel.h"
 #include "trendspage.h"
 #include "valuerecorder.h"
@@ -21,9 +22,11 @@
 #include <QPixmap>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QWheelEvent>
 
 #include <cmath>
 #include <cstdio>
+#include <functional>
 
 namespace {
 
@@ -131,6 +134,22 @@ int main(int argc, char **argv)
         }
         model.append(start + qint64(i) * 1000, row);
     }
+    {
+        // Decimation alone, every series into as many columns as a wide plot has.
+        static constexpr int Columns = 1300;
+        static constexpr int Passes = 20;
+        const qint64 end = model.time(model.size() - 1);
+        qint64 points = 0;
+        clock.restart();
+        for (int pass = 0; pass < Passes; ++pass) {
+            for (int s = 0; s < seriesCount; ++s) {
+                points += model.decimated(s, end - TrendsModel::RetainedMs, end, Columns).size();
+            }
+        }
+        out << "Decimation, 24 h x " << seriesCount << " series into " << Columns
+            << " columns: " << double(clock.nsecsElapsed()) / Passes / 1e6 << " ms ("
+            << points / Passes / seriesCount << " points a line)\n";
+    }
     // Plot size from the command line (width height), default 1600 x 900.
     const QStringList arguments = application.arguments();
     const QSize size = arguments.size() > 2
@@ -144,32 +163,52 @@ int main(int argc, char **argv)
     page.resize(size);
     page.show();
     application.processEvents();
-    QPixmap target(page.size());
-    const auto measure = [&](const QString &what) {
+    // A frame is what the page does when the picture moves, then what the event loop does
+    // next: the charts lay themselves out again and the shown page is painted (offscreen,
+    // into its backing store), as on a screen.
+    // Live, the window moves on by a new sample; zoomed, a wheel notch in or out (alternately)
+    // changes the range. Both move the axes every frame, as they do in use.
+    qint64 newest = model.time(model.size() - 1);
+    const auto appendAndRedraw = [&](int) {
+        newest += 1000;
+        model.append(newest, row);
+        page.redraw();
+    };
+    TrendChartView *view = page.findChildren<TrendChartView *>().constFirst();
+    const auto wheel = [&](int frame) {
+        const QPointF centre = QRectF(view->viewport()->rect()).center();
+        QWheelEvent event(centre, QPointF(view->viewport()->mapToGlobal(centre.toPoint())),
+                          QPoint(), QPoint(0, frame % 2 == 0 ? 120 : -120), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view->viewport(), &event);
+    };
+    const auto measure = [&](const QString &what, const std::function<void(int)> &step) {
         static constexpr int Frames = 20;
         qint64 update = 0;
         qint64 paint = 0;
         for (int i = 0; i < Frames; ++i) {
             clock.restart();
-            page.redraw();
+            step(i);
             update += clock.nsecsElapsed();
             clock.restart();
-            page.render(&target);
+            application.processEvents();
             paint += clock.nsecsElapsed();
         }
         out << "Trends frame, " << what << ", " << size.width() << "x" << size.height() << ": "
             << double(update) / Frames / 1e6 << " ms decimate and update + "
             << double(paint) / Frames / 1e6
-            << " ms paint = " << double(update + paint) / Frames / 1e6 << " ms ("
+            << " ms lay out and paint = " << double(update + paint) / Frames / 1e6 << " ms ("
             << page.drawnPointCount(0) << " points a line)\n";
     };
-    measure(QStringLiteral("24 h x %1 series").arg(seriesCount));
+    measure(QStringLiteral("24 h x %1 series, live").arg(seriesCount), appendAndRedraw);
     for (int s = 15; s < seriesCount; ++s) {
         page.setSeriesShown(s, false);
     }
-    measure(QStringLiteral("24 h x 15 series"));
+    measure(QStringLiteral("24 h x 15 series, live"), appendAndRedraw);
+    measure(QStringLiteral("24 h x 15 series, zoom"), wheel);
+    page.goLive();
     page.setWindowIndex(0);
-    measure(QStringLiteral("live 5 min x 15 series"));
+    measure(QStringLiteral("5 min x 15 series, live"), appendAndRedraw);
     for (int s = 15; s < seriesCount; ++s) {
         page.setSeriesShown(s, true);
     }

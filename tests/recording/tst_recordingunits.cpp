@@ -16,9 +16,13 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QLabel>
+#include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QtCharts/QChart>
 #include <QtTest>
 
 #include <cmath>
@@ -39,6 +43,110 @@ int columnOf(const char *name)
 int seriesOf(const char *name)
 {
     return RecordedQuantities::trendIndexes().indexOf(columnOf(name));
+}
+
+// The decimation rule applied the slow way, sample after sample: per bin the minimum and the
+// maximum in the order they came (the first of equal values), a NaN point where values resume
+// after missing ones, flat runs of three or more points reduced to their ends.
+QVector<QPointF> decimatedByFullScan(const TrendsModel &model, int series, qint64 from, qint64 to,
+                                     int bins)
+{
+    QVector<QPointF> points;
+    if (model.size() == 0) {
+        return points;
+    }
+    const int first = qMax(model.lowerBound(from) - 1, 0);
+    const int last = qMin(model.lowerBound(to) + 1, model.size());
+    const double span = double(to - from);
+    const auto edge = [&](qint64 bin) {
+        return from + qint64(std::ceil(double(bin + 1) * span / bins));
+    };
+    const auto binOf = [&](qint64 t) {
+        qint64 bin = qint64(std::floor(double(t - from) * bins / span));
+        while (edge(bin) <= t) {
+            ++bin;
+        }
+        while (edge(bin - 1) > t) {
+            --bin;
+        }
+        return bin;
+    };
+    const auto add = [&points](double x, double y) {
+        const int count = points.size();
+        if (count >= 2 && points.at(count - 1).y() == y && points.at(count - 2).y() == y) {
+            points.last().setX(x);
+        } else {
+            points.append(QPointF(x, y));
+        }
+    };
+    int minIndex = -1;
+    int maxIndex = -1;
+    const auto flush = [&] {
+        if (minIndex < 0) {
+            return;
+        }
+        for (const int index : {qMin(minIndex, maxIndex), qMax(minIndex, maxIndex)}) {
+            add(double(model.time(index)), double(model.value(series, index)));
+            if (minIndex == maxIndex) {
+                break;
+            }
+        }
+        minIndex = -1;
+        maxIndex = -1;
+    };
+    qint64 currentBin = std::numeric_limits<qint64>::min();
+    bool gap = false;
+    for (int index = first; index < last; ++index) {
+        const qint64 bin = binOf(model.time(index));
+        if (bin != currentBin) {
+            flush();
+            currentBin = bin;
+        }
+        const float value = model.value(series, index);
+        if (std::isnan(value)) {
+            gap = true;
+            continue;
+        }
+        if (gap) {
+            flush();
+            if (!points.isEmpty()) {
+                points.append(QPointF(double(model.time(index)), qQNaN()));
+            }
+            gap = false;
+        }
+        if (minIndex < 0) {
+            minIndex = index;
+            maxIndex = index;
+        } else if (value < model.value(series, minIndex)) {
+            minIndex = index;
+        } else if (value > model.value(series, maxIndex)) {
+            maxIndex = index;
+        }
+    }
+    flush();
+    return points;
+}
+
+// Empty when both lists hold the same points (NaN equal to NaN), else the first difference.
+QString differenceBetween(const QVector<QPointF> &actual, const QVector<QPointF> &expected)
+{
+    for (int i = 0; i < qMin(actual.size(), expected.size()); ++i) {
+        const QPointF a = actual.at(i);
+        const QPointF e = expected.at(i);
+        const bool sameY = (std::isnan(a.y()) && std::isnan(e.y())) || a.y() == e.y();
+        if (a.x() != e.x() || !sameY) {
+            return QStringLiteral("point %1: (%2, %3) instead of (%4, %5)")
+                    .arg(i)
+                    .arg(qint64(a.x()))
+                    .arg(a.y())
+                    .arg(qint64(e.x()))
+                    .arg(e.y());
+        }
+    }
+    if (actual.size() != expected.size()) {
+        return QStringLiteral("%1 points instead of %2").arg(actual.size()).arg(expected.size());
+    }
+    return {};
 }
 
 } // namespace
@@ -68,11 +176,14 @@ private slots:
 
     void decimationKeepsASpikeIn24Hours();
     void decimationLeavesGapsForMissingValues();
+    void decimationMatchesAFullScan_data();
+    void decimationMatchesAFullScan();
     void memoryStaysBoundedAfter24Hours();
     void serviceFeedsTrendsFromValues();
 
     void trendsPageDrawsAndExports();
     void trendsPageZoomLeavesLiveAndLiveReturns();
+    void trendsPageReadsUnderTheCursorAndPansByDrag();
 
 private:
     QTemporaryDir m_dir;
@@ -428,11 +539,83 @@ void TestRecordingUnits::decimationLeavesGapsForMissingValues()
     QCOMPARE(points.at(4), QPointF(6000, 7));
 }
 
+void TestRecordingUnits::decimationMatchesAFullScan_data()
+{
+    QTest::addColumn<quint32>("seed");
+    QTest::addColumn<int>("capacity");
+    QTest::addColumn<int>("samples");
+    // Values are whole numbers below this, so that equal values and flat runs are common.
+    QTest::addColumn<int>("levels");
+    // Chance in a thousand that a run of missing values starts at a sample.
+    QTest::addColumn<int>("gapsPerThousand");
+
+    QTest::newRow("partly filled, smooth") << 1u << 20000 << 12345 << 100000 << 0;
+    QTest::newRow("wrapped, capacity not a block multiple") << 2u << 9999 << 31337 << 1000 << 2;
+    QTest::newRow("wrapped, few levels") << 3u << 8192 << 20000 << 4 << 1;
+    QTest::newRow("many gaps") << 4u << 6000 << 15000 << 50 << 30;
+    QTest::newRow("mostly missing") << 5u << 5000 << 7000 << 50 << 300;
+}
+
+void TestRecordingUnits::decimationMatchesAFullScan()
+{
+    QFETCH(quint32, seed);
+    QFETCH(int, capacity);
+    QFETCH(int, samples);
+    QFETCH(int, levels);
+    QFETCH(int, gapsPerThousand);
+    QRandomGenerator random(seed);
+    TrendsModel model(2, capacity);
+    qint64 time = 1700000000000;
+    int missingLeft = 0;
+    for (int i = 0; i < samples; ++i) {
+        // Mostly a steady second; sometimes jitter, a stall of minutes, or a clock set back.
+        const int kind = random.bounded(100);
+        time += kind < 80 ? 1000 : kind < 95 ? random.bounded(1, 3000) : kind < 98 ? 300000 : -5000;
+        if (missingLeft == 0 && random.bounded(1000) < gapsPerThousand) {
+            // Short gaps inside a block, long ones across many.
+            missingLeft = random.bounded(2) == 0 ? random.bounded(1, 4) : random.bounded(20, 700);
+        }
+        float values[2];
+        values[0] = float(random.bounded(levels));
+        values[1] = float(std::round(10.0 * std::sin(i * 0.01)));
+        if (missingLeft > 0) {
+            --missingLeft;
+            values[0] = qQNaN();
+        }
+        model.append(time, values);
+    }
+    const qint64 oldest = model.time(0);
+    const qint64 newest = model.time(model.size() - 1);
+    for (int trial = 0; trial < 60; ++trial) {
+        qint64 from = oldest;
+        qint64 to = newest;
+        if (trial > 0) {
+            // Windows inside, across either end, and wholly outside the data.
+            from = oldest + random.bounded(-50000, int(newest - oldest) + 50000);
+            to = from + random.bounded(10000, int(newest - oldest) + 100000);
+        }
+        const int bins = trial % 3 == 0 ? random.bounded(1, 20) : random.bounded(20, 2500);
+        for (int series = 0; series < 2; ++series) {
+            const QVector<QPointF> expected = decimatedByFullScan(model, series, from, to, bins);
+            const QString difference
+                    = differenceBetween(model.decimated(series, from, to, bins), expected);
+            QVERIFY2(difference.isEmpty(),
+                     qPrintable(QStringLiteral("series %1, %2 to %3 in %4 bins: %5")
+                                        .arg(series)
+                                        .arg(from)
+                                        .arg(to)
+                                        .arg(bins)
+                                        .arg(difference)));
+        }
+    }
+}
+
 void TestRecordingUnits::memoryStaysBoundedAfter24Hours()
 {
     TrendsModel model(15, TrendsModel::capacityFor(1000));
     const qint64 bytes = model.memoryBytes();
-    QVERIFY2(bytes <= 86400LL * (8 + 15 * 4), qPrintable(QString::number(bytes)));
+    // A time and 15 values a sample, and the values' block summaries: under a byte a value.
+    QVERIFY2(bytes <= 86400LL * (8 + 15 * (4 + 1)), qPrintable(QString::number(bytes)));
     QVector<float> row(15, 1.0f);
     // Two days of samples: the second day replaces the first.
     for (int i = 0; i < 2 * 86400; ++i) {
@@ -534,6 +717,58 @@ void TestRecordingUnits::trendsPageZoomLeavesLiveAndLiveReturns()
     QVERIFY(page.isLive());
     QCOMPARE(page.rangeEnd(), qint64(10000000));
     QCOMPARE(page.rangeEnd() - page.rangeStart(), TrendsPage::WindowsMs[1]);
+}
+
+void TestRecordingUnits::trendsPageReadsUnderTheCursorAndPansByDrag()
+{
+    TrendsModel model(RecordedQuantities::trendIndexes().size(), 600);
+    TrendsPage page(&model);
+    page.resize(1000, 700);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    page.setWindowIndex(0);
+    // Oven 1's value is the sample's number, so the readout tells which sample it found.
+    const qint64 start = 1700000000000;
+    QVector<float> row(model.seriesCount(), 20.0f);
+    for (int i = 0; i <= 300; ++i) {
+        row[seriesOf("Oven 1 actual")] = float(i);
+        model.append(start + qint64(i) * 1000, row);
+    }
+    page.redraw();
+    QCOMPARE(page.rangeStart(), start);
+    TrendChartView *view = page.findChildren<TrendChartView *>().constFirst();
+    QtCharts::QChart *chart = view->chart();
+    // Let the chart lay out its axes for the new range.
+    QTRY_VERIFY(chart->plotArea().width() > 500);
+    const QRectF area = chart->plotArea();
+    const auto viewPoint = [&](double share) {
+        return view->mapFromScene(
+                chart->mapToScene(QPointF(area.left() + area.width() * share, area.center().y())));
+    };
+    const auto send = [&](QEvent::Type type, const QPoint &at, Qt::MouseButton button,
+                          Qt::MouseButtons buttons) {
+        QMouseEvent event(type, at, view->viewport()->mapToGlobal(at), button, buttons,
+                          Qt::NoModifier);
+        QApplication::sendEvent(view->viewport(), &event);
+    };
+
+    // A quarter into the five minutes is sample 75, give or take a pixel's worth of time.
+    send(QEvent::MouseMove, viewPoint(0.25), Qt::NoButton, Qt::NoButton);
+    const QString text = page.findChild<QLabel *>(QStringLiteral("readout"))->text();
+    const QRegularExpressionMatch match
+            = QRegularExpression(QStringLiteral("Oven 1 actual: (\\d+) °C")).match(text);
+    QVERIFY2(match.hasMatch(), qPrintable(text));
+    QVERIFY2(qAbs(match.captured(1).toInt() - 75) <= 1, qPrintable(text));
+
+    // A drag of half the plot's width to the left moves the window by half: 150 s later.
+    send(QEvent::MouseButtonPress, viewPoint(0.75), Qt::LeftButton, Qt::LeftButton);
+    send(QEvent::MouseMove, viewPoint(0.25), Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, viewPoint(0.25), Qt::LeftButton, Qt::NoButton);
+    QVERIFY(!page.isLive());
+    const qint64 pixel = qint64(300000 / area.width()) + 1;
+    QVERIFY2(qAbs(page.rangeStart() - (start + 150000)) <= pixel,
+             qPrintable(QString::number(page.rangeStart() - start)));
+    QCOMPARE(page.rangeEnd() - page.rangeStart(), TrendsPage::WindowsMs[0]);
 }
 
 QTEST_MAIN(TestRecordingUnits)
