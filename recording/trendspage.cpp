@@ -348,8 +348,9 @@ void TrendsPage::showEvent(QShowEvent *event)
 
 void TrendsPage::onAppended()
 {
-    // A hidden page (closed dock, another tab in front) draws nothing; showing it redraws.
-    if (m_redrawTimer->isActive() || !isVisible()) {
+    // A hidden page (closed dock, another tab in front, a minimized window) draws nothing;
+    // showing it redraws.
+    if (m_redrawTimer->isActive() || !isVisible() || window()->isMinimized()) {
         return;
     }
     // Live, the picture moves by one pixel column per window / width: redrawing sooner

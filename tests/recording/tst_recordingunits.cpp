@@ -183,6 +183,7 @@ private slots:
 
     void trendsPageDrawsAndExports();
     void trendsPageZoomLeavesLiveAndLiveReturns();
+    void trendsPageRestsWhileMinimized();
     void trendsPageReadsUnderTheCursorAndPansByDrag();
 
 private:
@@ -717,6 +718,32 @@ void TestRecordingUnits::trendsPageZoomLeavesLiveAndLiveReturns()
     QVERIFY(page.isLive());
     QCOMPARE(page.rangeEnd(), qint64(10000000));
     QCOMPARE(page.rangeEnd() - page.rangeStart(), TrendsPage::WindowsMs[1]);
+}
+
+void TestRecordingUnits::trendsPageRestsWhileMinimized()
+{
+    // Live, the page follows each new sample; minimized (its widgets still count as visible)
+    // it draws nothing until it is restored.
+    TrendsModel model(RecordedQuantities::trendIndexes().size(), 100);
+    TrendsPage page(&model);
+    page.resize(900, 600);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    QVector<float> row(model.seriesCount(), 1.0f);
+    model.append(10000000, row);
+    QTRY_COMPARE(page.rangeEnd(), qint64(10000000));
+
+    page.showMinimized();
+    QTRY_VERIFY(page.isMinimized());
+    model.append(10001000, row);
+    // Two seconds is several times the live page's redraw delay.
+    QTest::qWait(2000);
+    QCOMPARE(page.rangeEnd(), qint64(10000000));
+
+    page.showNormal();
+    QTRY_COMPARE(page.rangeEnd(), qint64(10001000));
+    model.append(10002000, row);
+    QTRY_COMPARE(page.rangeEnd(), qint64(10002000));
 }
 
 void TestRecordingUnits::trendsPageReadsUnderTheCursorAndPansByDrag()
