@@ -27,6 +27,7 @@
 #include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QValueAxis>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -355,7 +356,10 @@ void TrendsPage::onAppended()
     }
     // Live, the picture moves by one pixel column per window / width: redrawing sooner
     // would show the same picture. A 24 h window is then redrawn about once a minute.
-    const int width = qMax(int(m_plots.constFirst().chart->plotArea().width()), 1);
+    // Until the chart has been laid out its plot area may be a few pixels wide, which would
+    // put the first redraw off by up to a minute; the view's own width is known at once.
+    const Plot &plot = m_plots.constFirst();
+    const int width = std::max({int(plot.chart->plotArea().width()), plot.view->width() / 2, 1});
     const qint64 perColumn = (m_end - m_start) / width;
     m_redrawTimer->start(int(qBound(qint64(RedrawDelayMs), perColumn, qint64(60000))));
 }
