@@ -220,6 +220,13 @@ double ScaleSlider::xOfValue(double value) const
     return track.left() + track.width() * qBound(0.0, fraction, 1.0);
 }
 
+QRect ScaleSlider::handleRect() const
+{
+    const QRectF track = trackRect();
+    const double w = handleWidth();
+    return QRectF(xOfPosition(m_position) - w / 2.0, track.top(), w, track.height()).toRect();
+}
+
 int ScaleSlider::positionAtX(double x) const
 {
     const QRectF track = trackRect();

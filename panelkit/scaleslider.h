@@ -46,6 +46,8 @@ public:
     double handleValue() const;
     bool isDragging() const { return m_dragging; }
     int positionCount() const;
+    // Where the handle is drawn, in the slider's own coordinates.
+    QRect handleRect() const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
