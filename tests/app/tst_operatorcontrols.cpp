@@ -53,7 +53,8 @@ QList<QByteArray> tracedCommands(const QString &traceFile)
         if (line.startsWith('#') || start < 0 || !line.endsWith('"')) {
             continue;
         }
-        commands.append(line.mid(start + s_marker.size(), line.size() - start - s_marker.size() - 1));
+        commands.append(
+                line.mid(start + s_marker.size(), line.size() - start - s_marker.size() - 1));
     }
     return commands;
 }
@@ -174,7 +175,8 @@ VelutraView *TestOperatorControls::view() const
 ComboSlider *TestOperatorControls::energySlider() const
 {
     VelutraView *panelView = view();
-    return panelView ? panelView->findChild<ComboSlider *>(QStringLiteral("energySlider")) : nullptr;
+    return panelView ? panelView->findChild<ComboSlider *>(QStringLiteral("energySlider"))
+                     : nullptr;
 }
 
 ScaleSlider *TestOperatorControls::handleOf(ComboSlider *slider)

@@ -110,16 +110,16 @@ private slots:
 
         QTest::newRow("energy µJ") << int(ScaleSlider::Linear) << 0.5 << 50.0 << 2
                                    << QList<double>{} << 5.0 << 7.5 << 12.0;
-        QTest::newRow("repetition rate") << int(ScaleSlider::Stepped) << 0.0 << 100.0 << 3
-                                         << QList<double>{50, 100, 200, 400, 800} << 200.0 << 100.0
-                                         << 50.0;
+        QTest::newRow("repetition rate")
+                << int(ScaleSlider::Stepped) << 0.0 << 100.0 << 3
+                << QList<double>{50, 100, 200, 400, 800} << 200.0 << 100.0 << 50.0;
         QTest::newRow("division") << int(ScaleSlider::Logarithmic) << 1.0 << 100000.0 << 0
                                   << QList<double>{} << 1.0 << 2.0 << 10.0;
         QTest::newRow("oven set-point") << int(ScaleSlider::Linear) << 1.0 << 200.0 << 1
                                         << QList<double>{} << 150.0 << 149.0 << 60.0;
-        QTest::newRow("crystal spot") << int(ScaleSlider::Stepped) << 1.0 << 100.0 << 0
-                                      << QList<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}
-                                      << 3.0 << 4.0 << 12.0;
+        QTest::newRow("crystal spot")
+                << int(ScaleSlider::Stepped) << 1.0 << 100.0 << 0
+                << QList<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12} << 3.0 << 4.0 << 12.0;
     }
 
     void heldHandleIgnoresTheDeviceUntilReleased()
@@ -280,21 +280,21 @@ private slots:
         QTest::addColumn<double>("up");
         QTest::addColumn<double>("down");
 
-        // 0.5 to 50 µJ has more values than positions: a step is one of 1000 parts.
+        // 0.5 to 50 µJ has more values than positions: a step is one of 1000 parts (0.0495).
         QTest::newRow("energy µJ") << int(ScaleSlider::Linear) << 0.5 << 50.0 << 2
-                                   << QList<double>{} << 5.0 << 5.05 << 4.95;
-        QTest::newRow("percent") << int(ScaleSlider::Linear) << 0.0 << 100.0 << 2
-                                 << QList<double>{} << 40.0 << 40.1 << 39.9;
+                                   << QList<double>{} << 5.0 << 5.05 << 4.96;
+        QTest::newRow("percent") << int(ScaleSlider::Linear) << 0.0 << 100.0 << 2 << QList<double>{}
+                                 << 40.0 << 40.1 << 39.9;
         QTest::newRow("oven set-point") << int(ScaleSlider::Linear) << 1.0 << 200.0 << 1
                                         << QList<double>{} << 150.0 << 150.1 << 149.9;
         QTest::newRow("division") << int(ScaleSlider::Logarithmic) << 1.0 << 100000.0 << 0
                                   << QList<double>{} << 1.0 << 2.0 << 1.0;
-        QTest::newRow("repetition rate") << int(ScaleSlider::Stepped) << 0.0 << 100.0 << 3
-                                         << QList<double>{50, 100, 200, 400, 800} << 200.0 << 400.0
-                                         << 100.0;
-        QTest::newRow("crystal spot") << int(ScaleSlider::Stepped) << 1.0 << 100.0 << 0
-                                      << QList<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}
-                                      << 3.0 << 4.0 << 2.0;
+        QTest::newRow("repetition rate")
+                << int(ScaleSlider::Stepped) << 0.0 << 100.0 << 3
+                << QList<double>{50, 100, 200, 400, 800} << 200.0 << 400.0 << 100.0;
+        QTest::newRow("crystal spot")
+                << int(ScaleSlider::Stepped) << 1.0 << 100.0 << 0
+                << QList<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12} << 3.0 << 4.0 << 2.0;
     }
 
     void grooveClickMovesOneStep()
