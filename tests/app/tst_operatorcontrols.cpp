@@ -95,10 +95,12 @@ private slots:
     void initTestCase();
     void cleanup();
     void energyHeldThroughPollsSendsOnlyTheReleasedValue();
+    void energyHeldAndRefusedEndsOnTheDevicesValue();
     void energyGrooveClickSendsOneStep();
 
 private:
-    void start();
+    void start(const QStringList &extra = {});
+    double pickUpAndHoldEnergy();
     QList<QByteArray> commands() const { return tracedCommands(m_traceFile); }
     int powerPolls() const { return commands().count(s_powerPoll); }
     VelutraView *view() const;
@@ -110,6 +112,7 @@ private:
     std::unique_ptr<QProcess> m_simulator;
     std::unique_ptr<MainWindow> m_window;
     QString m_traceFile;
+    QPoint m_heldAt;
 };
 
 void TestOperatorControls::initTestCase()
@@ -140,7 +143,7 @@ void TestOperatorControls::cleanup()
 
 // The program connected to a virtual laser with a THG module, its panel showing the device's
 // energy set-point (5 µJ) inside the limits at its rate (0.5 to 50 µJ).
-void TestOperatorControls::start()
+void TestOperatorControls::start(const QStringList &extra)
 {
     _AppLog::getLogDocument()->clear();
     m_traceFile = m_home.filePath(QStringLiteral("trace-%1.txt").arg(QTest::currentTestFunction()));
@@ -149,7 +152,8 @@ void TestOperatorControls::start()
     QString port;
     QVERIFY(startSimulatorProcess(*m_simulator,
                                   QStringList{"--module", "0x93", "--no-pacing", "--speed", "50",
-                                              "--no-control-socket", "--trace", m_traceFile},
+                                              "--no-control-socket", "--trace", m_traceFile}
+                                          + extra,
                                   &port));
     m_window = std::make_unique<MainWindow>();
     m_window->resize(s_screenSize);
@@ -190,6 +194,56 @@ QString TestOperatorControls::textOf(ComboSlider *slider)
     return edit ? edit->text() : QString();
 }
 
+// Picks the energy handle up, moves it right in a few steps and holds it there through at
+// least two polls of the set-point, checking all along that the hold survives, that the
+// handle and its read-out stay under the hand and that nothing is sent. Returns the value
+// under the hand, still held.
+double TestOperatorControls::pickUpAndHoldEnergy()
+{
+    ComboSlider *energy = energySlider();
+    ScaleSlider *handle = handleOf(energy);
+    const QPoint grip = handle->handleRect().center();
+    const int target = grip.x() + (handle->width() - grip.x()) / 3;
+    m_heldAt = QPoint(target, grip.y());
+
+    QTest::mousePress(handle, Qt::LeftButton, {}, grip);
+    if (!handle->isDragging()) {
+        qWarning("the handle was not picked up");
+        return -1.0;
+    }
+    for (int i = 1; i <= 6; ++i) {
+        moveHeld(handle, QPoint(grip.x() + (target - grip.x()) * i / 6, grip.y()));
+        QTest::qWait(50);
+    }
+    const double held = handle->handleValue();
+    const QString heldText = textOf(energy);
+    const int setsBefore = startingWith(commands(), s_powerSet).size();
+
+    // The device keeps reporting its own set-point meanwhile.
+    const int pollsBefore = powerPolls();
+    QElapsedTimer holding;
+    holding.start();
+    while (holding.elapsed() < s_holdMs || powerPolls() < pollsBefore + 2) {
+        if (holding.elapsed() > s_valueTimeoutMs) {
+            qWarning("the device was not polled while the handle was held");
+            return -1.0;
+        }
+        QTest::qWait(100);
+        moveHeld(handle, m_heldAt);
+        if (!handle->isDragging() || handle->handleValue() != held || textOf(energy) != heldText) {
+            qWarning("the drag was dropped or moved while held: %s, %g, %s",
+                     handle->isDragging() ? "dragging" : "dropped", handle->handleValue(),
+                     qPrintable(textOf(energy)));
+            return -1.0;
+        }
+        if (startingWith(commands(), s_powerSet).size() != setsBefore) {
+            qWarning("a value went out while the handle was held");
+            return -1.0;
+        }
+    }
+    return held;
+}
+
 void TestOperatorControls::energyHeldThroughPollsSendsOnlyTheReleasedValue()
 {
     start();
@@ -198,44 +252,19 @@ void TestOperatorControls::energyHeldThroughPollsSendsOnlyTheReleasedValue()
     }
     ComboSlider *energy = energySlider();
     ScaleSlider *handle = handleOf(energy);
-    const QPoint grip = handle->handleRect().center();
-    const int y = grip.y();
-    const int target = grip.x() + (handle->width() - grip.x()) / 3;
-
-    // The operator picks the handle up and moves it to the right in a few steps.
-    QTest::mousePress(handle, Qt::LeftButton, {}, grip);
-    QVERIFY(handle->isDragging());
-    for (int i = 1; i <= 6; ++i) {
-        moveHeld(handle, QPoint(grip.x() + (target - grip.x()) * i / 6, y));
-        QTest::qWait(50);
-    }
-    const double held = handle->handleValue();
+    const double held = pickUpAndHoldEnergy();
     QVERIFY2(held > 10.0 && held < 40.0, qPrintable(QString::number(held)));
     const QString heldText = textOf(energy);
     QCOMPARE(heldText, QString::number(held, 'f', 2));
 
-    // And keeps holding it while the program polls the device, which still reports 5 µJ.
-    const int pollsBefore = powerPolls();
-    QElapsedTimer holding;
-    holding.start();
-    while (holding.elapsed() < s_holdMs || powerPolls() < pollsBefore + 2) {
-        QVERIFY2(holding.elapsed() < s_valueTimeoutMs, "the device was not polled while held");
-        QTest::qWait(100);
-        moveHeld(handle, QPoint(target, y));
-        QVERIFY2(handle->isDragging(), "the drag was dropped while the button was held");
-        QCOMPARE(handle->handleValue(), held);
-        QCOMPARE(textOf(energy), heldText);
-    }
-    QCOMPARE(startingWith(commands(), s_powerSet), QList<QByteArray>());
-
     // Letting go sends the released value, once.
-    QTest::mouseRelease(handle, Qt::LeftButton, {}, QPoint(target, y));
+    QTest::mouseRelease(handle, Qt::LeftButton, {}, m_heldAt);
     QVERIFY(!handle->isDragging());
     const QByteArray expected = s_powerSet + QByteArray::number(held * 1000.0, 'f', 0);
     QTRY_COMPARE_WITH_TIMEOUT(startingWith(commands(), s_powerSet), QList<QByteArray>{expected},
                               s_valueTimeoutMs);
 
-    // The device's read-back is what shows from then on, and nothing more goes out.
+    // The device took it: its read-back is what shows, and nothing more goes out.
     const int pollsAfter = powerPolls();
     QTRY_VERIFY_WITH_TIMEOUT(powerPolls() >= pollsAfter + 2, s_valueTimeoutMs);
     QCOMPARE(textOf(energy), heldText);
@@ -248,6 +277,30 @@ void TestOperatorControls::energyHeldThroughPollsSendsOnlyTheReleasedValue()
         }
     }
     QCOMPARE(setCommands, QList<QByteArray>{expected});
+}
+
+void TestOperatorControls::energyHeldAndRefusedEndsOnTheDevicesValue()
+{
+    start({"--refuse", "ly_vtx2_power"});
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    ComboSlider *energy = energySlider();
+    ScaleSlider *handle = handleOf(energy);
+    const double held = pickUpAndHoldEnergy();
+    QVERIFY2(held > 10.0 && held < 40.0, qPrintable(QString::number(held)));
+    QTest::mouseRelease(handle, Qt::LeftButton, {}, m_heldAt);
+    const QByteArray expected = s_powerSet + QByteArray::number(held * 1000.0, 'f', 0);
+    QTRY_COMPARE_WITH_TIMEOUT(startingWith(commands(), s_powerSet), QList<QByteArray>{expected},
+                              s_valueTimeoutMs);
+
+    // The device kept 5 µJ: the slider ends on that, not on the released value.
+    QTRY_COMPARE_WITH_TIMEOUT(textOf(energy), QStringLiteral("5.00"), s_valueTimeoutMs);
+    QCOMPARE(handle->value(), 5.0);
+    const int pollsAfter = powerPolls();
+    QTRY_VERIFY_WITH_TIMEOUT(powerPolls() >= pollsAfter + 2, s_valueTimeoutMs);
+    QCOMPARE(textOf(energy), QStringLiteral("5.00"));
+    QCOMPARE(startingWith(commands(), s_powerSet), QList<QByteArray>{expected});
 }
 
 void TestOperatorControls::energyGrooveClickSendsOneStep()
