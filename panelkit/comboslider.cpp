@@ -365,6 +365,9 @@ ComboSlider::ComboSlider(int sliderHeight, QWidget *parent)
 
     connect(m_slider, &ScaleSlider::sliderMoved, this, &ComboSlider::onSliderMoved);
     connect(m_slider, &ScaleSlider::valueChanged, this, &ComboSlider::onSliderValueChanged);
+    connect(m_slider, &ScaleSlider::sliderPressed, this, [this] { beginHold(Hold::Handle); });
+    connect(m_slider, &ScaleSlider::sliderReleased, this, [this] { endHold(Hold::Handle); });
+    connect(m_valueEdit, &QLineEdit::textEdited, this, [this] { beginHold(Hold::Typing); });
     connect(m_valueEdit, &QLineEdit::returnPressed, this, &ComboSlider::commitTypedValue);
     connect(m_unitSelector, &ComboBox::currentIndexChanged, this, &ComboSlider::onUnitChosen);
     connect(m_scaleSelector, &ComboBox::currentIndexChanged, this, &ComboSlider::onScaleChosen);
@@ -378,6 +381,10 @@ ComboSlider::~ComboSlider()
     for (ComboSliderScale *scale : qAsConst(m_scales)) {
         disconnect(scale, nullptr, this, nullptr);
     }
+    // A drag or typing cut short by the children's own destruction is nobody's business.
+    disconnect(m_slider, nullptr, this, nullptr);
+    disconnect(m_valueEdit, nullptr, this, nullptr);
+    m_valueEdit->removeEventFilter(this);
 }
 
 void ComboSlider::addScale(ComboSliderScale *scale)
@@ -501,9 +508,40 @@ void ComboSlider::showValue(double value, int decimals)
     m_valueEdit->setModified(false);
 }
 
+void ComboSlider::beginHold(Hold hold)
+{
+    // A drag starts after the field lost focus (which ends typing); typing cannot start
+    // during a drag. Either way the first hold stays the one in force.
+    if (m_hold == Hold::None) {
+        m_hold = hold;
+        m_heldUnit = currentUnit();
+    }
+}
+
+bool ComboSlider::heldUnitIsCurrent() const
+{
+    if (m_hold == Hold::None || m_heldUnit == currentUnit()) {
+        return true;
+    }
+    qCWarning(lcPanelKit) << "ComboSlider" << objectName()
+                          << "changed its unit while the operator held it - input dropped";
+    return false;
+}
+
+void ComboSlider::endHold(Hold hold)
+{
+    if (m_hold != hold) {
+        return;
+    }
+    m_hold = Hold::None;
+    // Whatever the program set meanwhile shows now.
+    updateSlider();
+}
+
 void ComboSlider::updateSlider()
 {
-    if (m_refreshing) {
+    // Nothing moves under the operator's hand; endHold shows it all.
+    if (m_refreshing || m_hold != Hold::None) {
         return;
     }
     m_refreshing = true;
@@ -560,10 +598,7 @@ void ComboSlider::updateSlider()
                                   14);
         m_valueEdit->setFixedWidth(
                 m_valueEdit->fontMetrics().horizontalAdvance(QLatin1Char('0')) * digits + 18);
-        // Never overwrite what the operator is typing; the value shows again when they leave.
-        if (!(m_valueEdit->hasFocus() && m_valueEdit->isModified())) {
-            showValue(unit->value(), unit->decimals());
-        }
+        showValue(unit->value(), unit->decimals());
     } else {
         m_valueEdit->clear();
     }
@@ -580,7 +615,7 @@ void ComboSlider::onSliderMoved(double value)
 void ComboSlider::onSliderValueChanged(double value)
 {
     ComboSliderUnit *unit = currentUnit();
-    if (!unit) {
+    if (!unit || !heldUnitIsCurrent()) {
         return;
     }
     unit->setValue(value);
@@ -592,6 +627,10 @@ void ComboSlider::commitTypedValue()
 {
     ComboSliderUnit *unit = currentUnit();
     if (!unit) {
+        return;
+    }
+    if (!heldUnitIsCurrent()) {
+        revertTypedValue();
         return;
     }
     QString text = m_valueEdit->text().trimmed();
@@ -617,6 +656,7 @@ void ComboSlider::commitTypedValue()
         return;
     }
     m_valueEdit->setModified(false);
+    endHold(Hold::Typing);
     unit->setValue(chosen);
     showValue(unit->value(), unit->decimals());
     emit valueChanged(chosen);
@@ -624,6 +664,7 @@ void ComboSlider::commitTypedValue()
 
 void ComboSlider::revertTypedValue()
 {
+    endHold(Hold::Typing);
     if (const ComboSliderUnit *unit = currentUnit()) {
         showValue(unit->value(), unit->decimals());
     }

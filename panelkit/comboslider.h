@@ -127,6 +127,13 @@ private:
 //
 // Every program call is silent: setValue, ranges, step lists, unit and scale switches never
 // emit valueChanged, unitIndexChanged or scaleIndexChanged, whatever they do to the value.
+//
+// While the operator holds the slider (the handle in a drag, or a value half typed in the
+// field), program calls are stored in the units but not shown: the device's polling would
+// otherwise pull the handle or the text from under the hand. When the hand lets go, the
+// released value is sent and shown until the device answers; a hold that sends nothing
+// (dropped where it was picked up, Escape, leaving the field) shows the latest program value
+// at once.
 class ComboSlider : public QWidget
 {
     Q_OBJECT
@@ -175,6 +182,17 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    // What the operator's hand is doing with this slider.
+    enum class Hold {
+        None,
+        Handle, // the handle is picked up
+        Typing, // the value field holds text the operator has not sent yet
+    };
+
+    void beginHold(Hold hold);
+    void endHold(Hold hold);
+    // False, with a warning, when the program switched the unit during the hold.
+    bool heldUnitIsCurrent() const;
     void onSliderMoved(double value);
     void onSliderValueChanged(double value);
     void onUnitChosen(int index);
@@ -196,4 +214,7 @@ private:
     ComboBox *m_unitSelector = nullptr;
     QLabel *m_unitLabel = nullptr;
     bool m_refreshing = false;
+    Hold m_hold = Hold::None;
+    // The unit the hold began on: a value meant for it never goes to another one.
+    QPointer<ComboSliderUnit> m_heldUnit;
 };

@@ -220,6 +220,13 @@ double ScaleSlider::xOfValue(double value) const
     return track.left() + track.width() * qBound(0.0, fraction, 1.0);
 }
 
+QRect ScaleSlider::handleRect() const
+{
+    const QRectF track = trackRect();
+    const double w = handleWidth();
+    return QRectF(xOfPosition(m_position) - w / 2.0, track.top(), w, track.height()).toRect();
+}
+
 int ScaleSlider::positionAtX(double x) const
 {
     const QRectF track = trackRect();
@@ -268,6 +275,7 @@ void ScaleSlider::cancelDrag()
     m_position = positionOf(m_value);
     update();
     emit sliderMoved(m_value);
+    emit sliderReleased();
 }
 
 void ScaleSlider::stepBy(int count)
@@ -303,18 +311,17 @@ void ScaleSlider::mousePressEvent(QMouseEvent *event)
         return;
     }
     event->accept();
-    m_dragging = true;
     const double handleX = xOfPosition(m_position);
     const double x = event->localPos().x();
-    if (std::abs(x - handleX) <= handleWidth() / 2.0) {
-        // Picked up by the handle: it stays under the same spot of the hand.
-        m_grabOffset = x - handleX;
-    } else {
-        m_grabOffset = 0.0;
-        m_position = positionAtX(x);
-        emit sliderMoved(valueAt(m_position));
+    if (std::abs(x - handleX) > handleWidth() / 2.0) {
+        stepBy(x > handleX ? 1 : -1);
+        return;
     }
+    // Picked up by the handle: it stays under the same spot of the hand.
+    m_grabOffset = x - handleX;
+    m_dragging = true;
     update();
+    emit sliderPressed();
 }
 
 void ScaleSlider::mouseMoveEvent(QMouseEvent *event)
@@ -341,6 +348,7 @@ void ScaleSlider::mouseReleaseEvent(QMouseEvent *event)
     event->accept();
     m_dragging = false;
     commit(m_position);
+    emit sliderReleased();
 }
 
 void ScaleSlider::keyPressEvent(QKeyEvent *event)

@@ -8,9 +8,13 @@
 // handle that stops on a fixed set of positions.
 //
 // valueChanged(double) belongs to the operator: it is emitted when a drag ends on a new
-// value (once, on release), for each key press or focused wheel notch that changes the
-// value, and never for setValue or setScale. While the handle is dragged, sliderMoved
-// reports the value under the hand so a read-out can follow it.
+// value (once, on release), for each key press, focused wheel notch or click beside the
+// handle that changes the value, and never for setValue or setScale. While the handle is
+// dragged, sliderMoved reports the value under the hand so a read-out can follow it.
+//
+// A click on the groove beside the handle moves it by one step towards the click, as an
+// arrow key does: a laser setting must never jump by a page or to wherever the hand landed.
+// Only the handle itself can be dragged.
 class ScaleSlider : public QWidget
 {
     Q_OBJECT
@@ -46,6 +50,8 @@ public:
     double handleValue() const;
     bool isDragging() const { return m_dragging; }
     int positionCount() const;
+    // Where the handle is drawn, in the slider's own coordinates.
+    QRect handleRect() const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -56,6 +62,10 @@ public slots:
 signals:
     void valueChanged(double value);
     void sliderMoved(double value);
+    // The operator picked the handle up.
+    void sliderPressed();
+    // The drag is over, let go or abandoned; emitted after the valueChanged it may cause.
+    void sliderReleased();
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -316,26 +316,29 @@ private slots:
         Spies spies(slider.get());
         ScaleSlider *handle = handleOf(slider.get());
         QSignalSpy moved(handle, &ScaleSlider::sliderMoved);
-        // From the low end across the whole track: many steps, one command.
-        TestInput::drag(handle, QPoint(2, 10), QPoint(handle->width() - 1, 10), 20);
+        // From the low end across the whole track: many steps, one command. Only the handle
+        // itself can be picked up.
+        const int low = handle->handleRect().center().x();
+        const int high = handle->width() - low;
+        TestInput::drag(handle, QPoint(low, 10), QPoint(high + 10, 10), 20);
         QVERIFY(moved.count() >= 10);
         QCOMPARE(spies.value.count(), 1);
         QCOMPARE(spies.value.at(0).at(0).toDouble(), 60.0);
         QCOMPARE(slider->value(), 60.0);
 
         // A drag that ends where it began changes nothing and sends nothing.
-        TestInput::drag(handle, QPoint(handle->width() - 1, 10), QPoint(handle->width() / 2, 10),
-                        5);
+        TestInput::drag(handle, QPoint(high, 10), QPoint(handle->width() / 2, 10), 5);
         QCOMPARE(spies.value.count(), 2);
         TestInput::drag(handle, QPoint(handle->width() / 2, 10), QPoint(handle->width() / 2, 10),
                         3);
         QCOMPARE(spies.value.count(), 2);
 
         // Escape during a drag abandons it.
-        TestInput::press(handle, QPoint(4, 10));
-        TestInput::moveHeld(handle, QPoint(8, 10));
+        const QPoint grip = handle->handleRect().center();
+        TestInput::press(handle, grip);
+        TestInput::moveHeld(handle, grip + QPoint(40, 0));
         QTest::keyClick(handle, Qt::Key_Escape);
-        TestInput::release(handle, QPoint(8, 10));
+        TestInput::release(handle, grip + QPoint(40, 0));
         QCOMPARE(spies.value.count(), 2);
         QCOMPARE(spies.total(), 2);
     }
@@ -345,7 +348,7 @@ private slots:
         auto slider = makeEnergySlider();
         ScaleSlider *handle = handleOf(slider.get());
         Spies spies(slider.get());
-        TestInput::press(handle, QPoint(2, 10));
+        TestInput::press(handle, handle->handleRect().center());
         TestInput::moveHeld(handle, QPoint(handle->width() - 1, 10));
         slider->setValue(30); // the device reports while the operator holds the handle
         QCOMPARE(handle->handleValue(), 60.0);
