@@ -543,6 +543,8 @@ void MainWindow::showOptionsDialog()
 {
     auto *dialog = new OptionsDialog(this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // The program's pages, one line each.
+    dialog->addOptionPage(new ReconnectOption);
     dialog->open();
 }
 
