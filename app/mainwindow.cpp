@@ -12,8 +12,8 @@
 #include "reconnectoption.h"
 #include "recordingservice.h"
 #include "serialmonitor.h"
-#include "velutraappcategory.h"
 #include "serialportlist.h"
+#include "velutraappcategory.h"
 #include "velutracontroller.h"
 #include "velutraresources.h"
 #include "velutraserialhandler.h"
@@ -27,6 +27,8 @@
 #include <QDockWidget>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QSettings>
 #include <QSignalMapper>
 #include <QStatusBar>
@@ -95,6 +97,8 @@ MainWindow::MainWindow(QWidget *parent)
     connect(m_serialHandler, &VelutraSerialHandler::sigConnectedStatus, this,
             &MainWindow::onConnectedStatus);
 
+    m_identityCheck = new LaserIdentityCheck(m_serialHandler, this);
+    connect(m_identityCheck, &LaserIdentityCheck::failed, this, &MainWindow::onIdentityCheckFailed);
     m_reconnector = new PortReconnector(this);
     connect(m_reconnector, &PortReconnector::openRequested, this,
             &MainWindow::onReconnectOpenRequested);
@@ -143,6 +147,23 @@ QString MainWindow::openPortName() const
 bool MainWindow::isReconnecting() const
 {
     return m_reconnector->isActive();
+}
+
+QString MainWindow::emissionState() const
+{
+    if (m_portName.isEmpty()) {
+        return QString();
+    }
+    if (m_laserOn && m_outputEnabled) {
+        return tr("The laser is on and its output is enabled.");
+    }
+    if (m_laserOn) {
+        return tr("The laser is on.");
+    }
+    if (m_outputEnabled) {
+        return tr("The laser's output is enabled.");
+    }
+    return QString();
 }
 
 void MainWindow::connectToPort(const QString &name)
@@ -265,6 +286,9 @@ void MainWindow::restoreMainWindowState()
 
 void MainWindow::closeApplication()
 {
+    if (!confirmLeavingEmission(tr("Exit"))) {
+        return;
+    }
     close();
 }
 
@@ -346,8 +370,18 @@ void MainWindow::connectMenuHandler(QString name)
         }
     }
     if (m_portName.isEmpty()) {
+        // The operator's choice: whatever answers there is the laser from now on.
+        m_laser = LaserIdentity();
+        statusBar()->clearMessage();
         requestOpen(name);
-    } else {
+        return;
+    }
+    const QString open = m_portName;
+    if (!confirmLeavingEmission(tr("Disconnect"))) {
+        return;
+    }
+    // The port may have gone while the question was on screen.
+    if (m_portName == open) {
         emit sigCloseCommunication();
     }
 }
@@ -387,12 +421,36 @@ void MainWindow::onPortsOpened(QString name)
     }
     m_controlPanel = new MainControlPanel(this);
     createSystemWidget(m_controlPanel, tr("Control Panel"));
+    // Until the device has said who it is, the panel takes nothing: after a loss it could
+    // be another device on the same path, and a first answer may never come.
+    const LaserIdentity expected = reconnected ? m_laser : LaserIdentity();
+    const QString port = PortReconnector::shortName(name);
+    m_controlPanel->hold(
+            expected.isKnown()
+                    ? tr("Checking that the device on %1 is the laser %2 that was connected…")
+                              .arg(port, expected.name())
+                    : tr("Waiting for the laser on %1 to answer…").arg(port));
     if (m_controller) {
         // A close that never arrived: never let two controllers feed one handler.
         m_controller->disconnect(m_serialHandler);
         m_controller->deleteLater();
     }
     m_controller = new VelutraController(this, m_controlPanel, m_serialHandler, this);
+    m_identityCheck->begin(m_controller, expected);
+    m_laserOn = false;
+    m_outputEnabled = false;
+    // Only the current controller speaks for the laser; one on its way out may still emit.
+    VelutraController *controller = m_controller;
+    connect(m_controller, &VelutraController::setLaserOn, this, [this, controller](bool on) {
+        if (controller == m_controller) {
+            m_laserOn = on;
+        }
+    });
+    connect(m_controller, &VelutraController::setOutEnableOn, this, [this, controller](bool on) {
+        if (controller == m_controller) {
+            m_outputEnabled = on;
+        }
+    });
     m_recording->attachController(m_controller);
     if (m_serialMonitor) {
         connect(m_serialMonitor, SIGNAL(sigSendCommand(QByteArray)), m_controller,
@@ -442,6 +500,17 @@ void MainWindow::onPortLost(const QString &name)
 void MainWindow::onConnectedStatus(bool connected)
 {
     if (connected) {
+        if (m_identityCheck->isRunning()) {
+            const LaserIdentityCheck::Outcome outcome = m_identityCheck->concludeHandshake();
+            if (outcome != LaserIdentityCheck::Outcome::Confirmed) {
+                refuseDevice(outcome);
+                return;
+            }
+            m_laser = m_identityCheck->identity();
+            if (m_controlPanel) {
+                m_controlPanel->release();
+            }
+        }
         m_linkUp = true;
         m_linkRecoveryTimer->stop();
         if (m_reconnectClock.isValid()) {
@@ -470,6 +539,32 @@ void MainWindow::onLinkRecoveryTimeout()
                              .arg(LinkRecoveryMs / 1000));
     m_reopenAfterClose = true;
     emit sigCloseCommunication();
+}
+
+void MainWindow::onIdentityCheckFailed(LaserIdentityCheck::Outcome outcome)
+{
+    if (!m_portName.isEmpty()) {
+        refuseDevice(outcome);
+    }
+}
+
+void MainWindow::refuseDevice(LaserIdentityCheck::Outcome outcome)
+{
+    const QString port = PortReconnector::shortName(m_portName);
+    const LaserIdentity expected = m_identityCheck->expected();
+    const QString message
+            = expected.isKnown()
+                      ? tr("The device on %1 is not the laser %2 that was connected")
+                                .arg(port, expected.name())
+                      : tr("The device on %1 does not answer like a Velutra laser; the port is "
+                           "closed.")
+                                .arg(port);
+    qCInfo(lcApp) << "Refused the device on" << port << outcome;
+    // Nothing more is written to it, and nothing opens it again on its own.
+    shutDownLink();
+    updateConnectMenu();
+    slotWriteLogLine(message);
+    statusBar()->showMessage(message);
 }
 
 void MainWindow::onReconnectOpenRequested(const QString &name)
@@ -508,6 +603,9 @@ void MainWindow::stopReconnecting()
 
 void MainWindow::dropController()
 {
+    m_identityCheck->end();
+    m_laserOn = false;
+    m_outputEnabled = false;
     if (m_controller) {
         // Until the deferred delete runs, its loop could still queue commands for the port.
         m_controller->disconnect(m_serialHandler);
@@ -537,12 +635,46 @@ void MainWindow::shutDownLink()
     emit sigCloseCommunication();
 }
 
+bool MainWindow::confirmLeavingEmission(const QString &leaving)
+{
+    const QString state = emissionState();
+    if (state.isEmpty()) {
+        return true;
+    }
+    QMessageBox prompt(QMessageBox::Warning, QCoreApplication::applicationName(), state,
+                       QMessageBox::NoButton, this);
+    prompt.setObjectName(QStringLiteral("leaveEmittingLaserPrompt"));
+    prompt.setInformativeText(
+            tr("%1 leaves the laser as it is: nothing is sent to it, and it goes on emitting. "
+               "Switch it off on the control panel first if it should stop.")
+                    .arg(leaving));
+    QPushButton *goOn = prompt.addButton(leaving, QMessageBox::AcceptRole);
+    goOn->setObjectName(QStringLiteral("leaveButton"));
+    QPushButton *cancel = prompt.addButton(QMessageBox::Cancel);
+    prompt.setDefaultButton(cancel);
+    prompt.setEscapeButton(cancel);
+    m_leavePrompt = &prompt;
+    prompt.exec();
+    m_leavePrompt = nullptr;
+    QAbstractButton *answer = prompt.clickedButton();
+    if (!answer) {
+        // Put away by the program closing, not answered.
+        return false;
+    }
+    const bool confirmed = answer == goOn;
+    slotWriteLogLine(confirmed ? tr("%1 with the laser emitting: %2").arg(leaving, state)
+                               : tr("%1 cancelled: %2").arg(leaving, state));
+    return confirmed;
+}
+
 void MainWindow::showConnectConfigDialog() { }
 
 void MainWindow::showOptionsDialog()
 {
     auto *dialog = new OptionsDialog(this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // The program's pages, one line each.
+    dialog->addOptionPage(new ReconnectOption);
     dialog->open();
 }
 
@@ -571,6 +703,17 @@ void MainWindow::showHelpManual()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
+    // Only the operator's own close (the window's close button) asks, and it asks outside
+    // this handler, as Exit does. A close by the program (a termination signal, a test)
+    // never waits for an answer, and ends a question still on screen.
+    if (event->spontaneous() && !emissionState().isEmpty()) {
+        event->ignore();
+        QTimer::singleShot(0, this, &MainWindow::closeApplication);
+        return;
+    }
+    if (m_leavePrompt) {
+        m_leavePrompt->reject();
+    }
     shutDownLink();
     saveMainWindowState();
     removeAllAccessoryDocks();

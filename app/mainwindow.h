@@ -1,6 +1,7 @@
 #ifndef MAINWINDOW_H
 #define MAINWINDOW_H
 
+#include "laseridentitycheck.h"
 #include "zelmmainwindow.h"
 
 #include <QElapsedTimer>
@@ -10,6 +11,7 @@ class MainControlPanel;
 class PortReconnector;
 class QAction;
 class QMenu;
+class QMessageBox;
 class QSignalMapper;
 class QThread;
 class RecordingService;
@@ -36,6 +38,10 @@ public:
 
     // True while a port that went away is being looked for to be opened again.
     bool isReconnecting() const;
+
+    // What the laser last reported that makes leaving it worth a question ("The laser is on
+    // and its output is enabled."); empty while it is not emitting or nothing is connected.
+    QString emissionState() const;
 
     // A link that broke down (a command unanswered twice) and that the handshake has not
     // brought back within this time is closed and reopened: two further rounds of the
@@ -73,6 +79,7 @@ private slots:
     void onPortLost(const QString &name);
     void onConnectedStatus(bool connected);
     void onLinkRecoveryTimeout();
+    void onIdentityCheckFailed(LaserIdentityCheck::Outcome outcome);
     void onReconnectOpenRequested(const QString &name);
     void showConnectConfigDialog();
     void showOptionsDialog();
@@ -91,6 +98,11 @@ private:
     void stopReconnecting();
     void dropController();
     void shutDownLink();
+    // Closes the port of a device that is not the laser looked for, and says so.
+    void refuseDevice(LaserIdentityCheck::Outcome outcome);
+    // Asks before the operator leaves a laser that is on; true to go on. `leaving` names
+    // the choice that goes on ("Disconnect", "Exit").
+    bool confirmLeavingEmission(const QString &leaving);
     void setupRecording();
     void chooseTrafficLog(bool record);
     void chooseValueRecording(bool record);
@@ -122,6 +134,14 @@ private:
     // closing) may still complete in the handler: its port is not taken up.
     bool m_openCalledOff = false;
     QElapsedTimer m_reconnectClock;
+    // The laser the operator connected to, as it identified itself; a port opened again
+    // after a loss must lead to it.
+    LaserIdentity m_laser;
+    LaserIdentityCheck *m_identityCheck = nullptr;
+    // The operating state the current controller last reported.
+    bool m_laserOn = false;
+    bool m_outputEnabled = false;
+    QPointer<QMessageBox> m_leavePrompt;
     // Recording outlives connections; each new controller is attached to it.
     RecordingService *m_recording = nullptr;
     QPointer<TrendsPage> m_trendsPage;

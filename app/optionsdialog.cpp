@@ -7,6 +7,7 @@
 #include <QAbstractButton>
 #include <QDialogButtonBox>
 #include <QGridLayout>
+#include <QPushButton>
 #include <QStackedWidget>
 #include <QTreeWidget>
 #include <QtDebug>
@@ -19,16 +20,17 @@ OptionsDialog::OptionsDialog(QWidget *parent)
                                                | QDialogButtonBox::Apply,
                                        Qt::Horizontal, this))
 {
+    setObjectName(QStringLiteral("optionsDialog"));
     setWindowTitle(tr("Options"));
     m_pageTree->setHeaderHidden(true);
+    m_pageTree->setRootIsDecorated(false);
     auto *layout = new QGridLayout(this);
     layout->addWidget(m_pageTree, 0, 0);
     layout->addWidget(m_pageStack, 0, 1);
     layout->addWidget(m_buttonBox, 1, 0, 1, 2);
     layout->setColumnStretch(1, 1);
-
-    auto *topItem = new QTreeWidgetItem(m_pageTree);
-    topItem->setText(0, QStringLiteral("klyt"));
+    // Nothing to apply until a page has changed.
+    m_buttonBox->button(QDialogButtonBox::Apply)->setEnabled(false);
 
     connect(m_buttonBox, &QDialogButtonBox::clicked, this, &OptionsDialog::slotDialogButtonHandler);
     connect(m_pageTree, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem *item) {
@@ -45,16 +47,26 @@ void OptionsDialog::addOptionPage(OptionWidgetInterface *page)
         return;
     }
     page->setParent(this);
+    m_pages.append(page);
     QWidget *widget = page->optionWidget(m_pageStack);
     m_pageStack->addWidget(widget);
-    auto *item = new QTreeWidgetItem(m_pageTree->topLevelItem(0));
+    auto *item = new QTreeWidgetItem(m_pageTree);
     item->setText(0, page->optionName());
     item->setIcon(0, page->optionIcon());
     item->setData(0, Qt::UserRole, QVariant::fromValue(widget));
-    m_pageTree->expandAll();
     if (m_pageStack->count() == 1) {
         m_pageTree->setCurrentItem(item);
     }
+    connect(page, &OptionWidgetInterface::changed, this,
+            [this] { m_buttonBox->button(QDialogButtonBox::Apply)->setEnabled(true); });
+}
+
+void OptionsDialog::applyPages()
+{
+    for (OptionWidgetInterface *page : qAsConst(m_pages)) {
+        page->apply();
+    }
+    m_buttonBox->button(QDialogButtonBox::Apply)->setEnabled(false);
 }
 
 QTreeWidget *OptionsDialog::pageTree() const
@@ -75,4 +87,18 @@ QDialogButtonBox *OptionsDialog::buttonBox() const
 void OptionsDialog::slotDialogButtonHandler(QAbstractButton *button)
 {
     qCDebug(lcApp) << "Clicked on" << (button ? button->text() : QString());
+    switch (m_buttonBox->buttonRole(button)) {
+    case QDialogButtonBox::AcceptRole:
+        applyPages();
+        accept();
+        break;
+    case QDialogButtonBox::ApplyRole:
+        applyPages();
+        break;
+    case QDialogButtonBox::RejectRole:
+        reject();
+        break;
+    default:
+        break;
+    }
 }

@@ -5,3 +5,5 @@ OptionWidgetInterface::OptionWidgetInterface(QObject *parent)
 { }
 
 OptionWidgetInterface::~OptionWidgetInterface() = default;
+
+void OptionWidgetInterface::apply() { }

@@ -57,8 +57,16 @@ QWidget *ReconnectOption::optionWidget(QWidget *parent)
     note->setWordWrap(true);
     layout->addWidget(note);
     layout->addStretch(1);
-    connect(box, &QCheckBox::toggled, page, [](bool checked) { setReconnectEnabled(checked); });
+    connect(box, &QCheckBox::toggled, this, &ReconnectOption::changed);
+    m_reconnectBox = box;
     return page;
+}
+
+void ReconnectOption::apply()
+{
+    if (m_reconnectBox) {
+        setReconnectEnabled(m_reconnectBox->isChecked());
+    }
 }
 
 QIcon ReconnectOption::optionIcon()

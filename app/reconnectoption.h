@@ -3,6 +3,10 @@
 
 #include "optionwidgetinterface.h"
 
+#include <QPointer>
+
+class QCheckBox;
+
 // The option page for the link to the laser: whether a port that went away (cable pulled,
 // adapter gone, device silent) is looked for and opened again on its own.
 class ReconnectOption : public OptionWidgetInterface
@@ -19,9 +23,12 @@ public:
     static void setReconnectEnabled(bool enabled);
 
     QString optionName() const override;
-    // The box takes effect when it is ticked: the dialog's buttons apply nothing.
     QWidget *optionWidget(QWidget *parent) override;
     QIcon optionIcon() override;
+    void apply() override;
+
+private:
+    QPointer<QCheckBox> m_reconnectBox;
 };
 
 #endif // RECONNECTOPTION_H

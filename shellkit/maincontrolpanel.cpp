@@ -13,6 +13,12 @@ MainControlPanel::MainControlPanel(QWidget *parent)
     m_scrollArea->setWidgetResizable(true);
     m_scrollArea->setFrameShape(QFrame::NoFrame);
     layout->addWidget(m_scrollArea);
+    m_holdNote = new QLabel(this);
+    m_holdNote->setObjectName(QStringLiteral("mainControlHoldNote"));
+    m_holdNote->setAlignment(Qt::AlignCenter);
+    m_holdNote->setWordWrap(true);
+    m_holdNote->hide();
+    layout->addWidget(m_holdNote);
     auto *placeholder = new QLabel(tr("Waiting for the laser..."));
     placeholder->setAlignment(Qt::AlignCenter);
     placeholder->setObjectName(QStringLiteral("mainControlPlaceholder"));
@@ -37,4 +43,32 @@ void MainControlPanel::showMainControl(QWidget *control, bool show)
 QWidget *MainControlPanel::mainControl() const
 {
     return m_control;
+}
+
+void MainControlPanel::hold(const QString &note)
+{
+    m_holdNote->setText(note);
+    m_holdNote->show();
+    // Hidden rather than only greyed: what a device not yet recognised reports is not
+    // worth reading, and a greyed panel full of its values would look like the laser's.
+    m_scrollArea->hide();
+    setEnabled(false);
+}
+
+void MainControlPanel::release()
+{
+    m_holdNote->hide();
+    m_holdNote->clear();
+    m_scrollArea->show();
+    setEnabled(true);
+}
+
+bool MainControlPanel::isHeld() const
+{
+    return !m_holdNote->isHidden();
+}
+
+QString MainControlPanel::holdNote() const
+{
+    return m_holdNote->text();
 }

@@ -1,5 +1,6 @@
 #include "fakeport.h"
 
+#include <QFile>
 #include <QSocketNotifier>
 
 #include <fcntl.h>
@@ -45,9 +46,38 @@ QList<QByteArray> FakePort::receivedLines() const
     return m_lines;
 }
 
+int FakePort::bytesReceived() const
+{
+    return m_bytesReceived;
+}
+
 void FakePort::setAnswerHandshake(bool answer)
 {
     m_answerHandshake = answer;
+}
+
+void FakePort::setIdentity(const QByteArray &model, const QByteArray &serialNumber)
+{
+    m_model = model;
+    m_serialNumber = serialNumber;
+}
+
+void FakePort::setEchoCommands(bool echo)
+{
+    m_echoCommands = echo;
+}
+
+bool FakePort::makeLink(const QString &linkPath)
+{
+    if (m_path.isEmpty()) {
+        return false;
+    }
+    QFile::remove(linkPath);
+    if (!QFile::link(m_path, linkPath)) {
+        return false;
+    }
+    m_link = linkPath;
+    return true;
 }
 
 void FakePort::write(const QByteArray &bytes)
@@ -60,6 +90,10 @@ void FakePort::write(const QByteArray &bytes)
 
 void FakePort::unplug()
 {
+    if (!m_link.isEmpty()) {
+        QFile::remove(m_link);
+        m_link.clear();
+    }
     delete m_notifier;
     m_notifier = nullptr;
     if (m_master >= 0) {
@@ -81,18 +115,24 @@ void FakePort::readAvailable()
             break;
         }
         m_buffer.append(chunk, int(count));
+        m_bytesReceived += int(count);
     }
     int end = -1;
     while ((end = m_buffer.indexOf('\n')) >= 0) {
         const QByteArray line = m_buffer.left(end + 1);
         m_buffer.remove(0, end + 1);
         m_lines.append(line);
-        if (m_answerHandshake) {
-            if (line == "ly_system_info\n") {
-                write("ly_system_info\nVelutra-10 Hardware:1.0 Firmware:V5.1.0\n");
-            } else if (line == "ly_vtx2_dev_status?\n") {
-                write("ly_vtx2_dev_status?\nly_vtx2_dev_status 8\n");
+        const bool handshake = line == "ly_system_info\n" || line == "ly_vtx2_dev_status?\n";
+        if (m_answerHandshake && line == "ly_system_info\n") {
+            QByteArray answer = line + m_model + " Hardware:1.0 Firmware:V5.1.0\n";
+            if (!m_serialNumber.isEmpty()) {
+                answer += "Serial number: " + m_serialNumber + '\n';
             }
+            write(answer);
+        } else if (m_answerHandshake && line == "ly_vtx2_dev_status?\n") {
+            write("ly_vtx2_dev_status?\nly_vtx2_dev_status 8\n");
+        } else if (m_echoCommands && !handshake) {
+            write(line);
         }
         emit lineReceived(line);
     }

@@ -48,8 +48,8 @@ public:
     QString port() const { return m_port; }
     qint64 processId() const { return m_process.processId(); }
 
-    // Sends one control command and returns its answer ("ok …" or "error: …"), empty when
-    // none came in time.
+    // Sends one control command and returns its answer ("ok …", "error: …", or the report
+    // of "status"), empty when none came in time.
     QByteArray control(const QByteArray &command, int timeoutMs = 10000)
     {
         m_process.write(command + '\n');
@@ -60,7 +60,9 @@ public:
             while ((end = m_errors.indexOf('\n')) >= 0) {
                 const QByteArray line = m_errors.left(end);
                 m_errors.remove(0, end + 1);
-                if (line.startsWith("ok") || line.startsWith("error")) {
+                // "status" answers with its report alone.
+                if (line.startsWith("ok") || line.startsWith("error")
+                    || line.startsWith("state=")) {
                     return line;
                 }
             }

@@ -14,7 +14,9 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QDialogButtonBox>
 #include <QMenu>
+#include <QPushButton>
 #include <QSettings>
 #include <QStackedWidget>
 #include <QStatusBar>
@@ -205,18 +207,18 @@ private slots:
 
     void optionTurnsReconnectingOff()
     {
-        // The options page writes the setting as the box is ticked.
+        // The options page writes the setting when the dialog applies it.
         {
             OptionsDialog dialog;
             dialog.addOptionPage(new ReconnectOption);
-            QTreeWidgetItem *root = dialog.pageTree()->topLevelItem(0);
-            QCOMPARE(root->childCount(), 1);
-            QCOMPARE(root->child(0)->text(0), QStringLiteral("Connection"));
+            QCOMPARE(dialog.pageTree()->topLevelItemCount(), 1);
+            QCOMPARE(dialog.pageTree()->topLevelItem(0)->text(0), QStringLiteral("Connection"));
             auto *box = dialog.pageStack()->findChild<QCheckBox *>(
                     QStringLiteral("reconnectCheckBox"));
             QVERIFY(box);
             QVERIFY(box->isChecked());
             box->click();
+            dialog.buttonBox()->button(QDialogButtonBox::Apply)->click();
         }
         QSettings settings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Zelmar"),
                            QStringLiteral("VELUTRA-XP"));
