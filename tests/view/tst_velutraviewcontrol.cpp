@@ -463,6 +463,7 @@ private slots:
     {
         auto *save = child<Button>(view(), QStringLiteral("dynamicWlsSaveButton"));
         auto *status = child<QLabel>(view(), QStringLiteral("dynamicWlsSaveStatus"));
+        QVERIFY2(status, "nothing on the panel says what the button sent");
         view()->setDynamicWavelengthFeatureVisibility(true);
         view()->setWavelengthSelectorCombo(1);
         view()->setPowerSetpoint_uJ(12.5);
@@ -499,6 +500,7 @@ private slots:
         QFETCH(QString, fixed);
         auto *side = child<ComboBox>(view(), QStringLiteral("sideWavelengthCombo"));
         auto *value = child<QLabel>(view(), QStringLiteral("sideWavelengthFixed"));
+        QVERIFY2(value, "the side panel has no place for a fixed wavelength");
         // The firmware check resets the choice first and then offers the firmware's own.
         view()->enableWavelengths(false, false, false);
         view()->enableWavelengths(entry0, entry1, entry2);
