@@ -58,6 +58,12 @@ AboutDialog::AboutDialog(QWidget *parent)
     m_ui->labelLink->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse
                                              | Qt::LinksAccessibleByKeyboard);
     m_ui->labelLink->setOpenExternalLinks(true);
+    // The link keeps its blue; on the panel's dark background that blue is unreadable, so the
+    // line sits on a light strip of its own.
+    m_ui->labelLink->setObjectName(QStringLiteral("labelLink"));
+    m_ui->labelLink->setStyleSheet(QStringLiteral(
+            "QLabel#labelLink { background-color: #f2f4f5; color: #1d2125; border-radius: 4px; "
+            "padding: 6px 10px; }"));
 }
 
 AboutDialog::~AboutDialog()

@@ -17,6 +17,15 @@ public:
     explicit ApplicationLog(QWidget *parent = nullptr);
     ~ApplicationLog() override;
 
+    // Room for a time stamp and a short message side by side.
+    QSize sizeHint() const override;
+
+protected:
+    // A dock closed and opened again comes back as wide (or as high) as the operator left it,
+    // not at whatever size its neighbours leave over.
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+
 private slots:
     void onToolButtonClear_clicked();
     void onToolButtonSave_clicked();
@@ -27,6 +36,10 @@ private slots:
 private:
     Ui::ApplicationLog *m_ui = nullptr;
     bool m_autoScroll = true;
+    void restoreDockSize(int size);
+
+    // The size of the dock around the page, across the dock's side, while it was last shown.
+    int m_dockSize = 0;
 };
 
 #endif // APPLICATIONLOG_H

@@ -186,6 +186,7 @@ VelutraController::~VelutraController()
 {
     m_unhandledLineEpisode.end();
     m_parsingErrorEpisode.end();
+    m_moduleWarningEpisode.end();
     saveSettings();
     // A widget the panel took belongs to the panel; one that never reached a panel is ours.
     if (m_panelWidget && !m_panelWidget->parent()) {
@@ -414,14 +415,15 @@ bool VelutraController::mainLoopIsSettled() const
 {
     const bool linkAsExpected
             = (m_mainLoopState == 1 && !m_connected) || (m_mainLoopState == 2 && m_connected);
-    return linkAsExpected && !m_unhandledLineEpisode.isActive()
-           && !m_parsingErrorEpisode.isActive();
+    return linkAsExpected && !m_unhandledLineEpisode.isActive() && !m_parsingErrorEpisode.isActive()
+           && !m_moduleWarningEpisode.isActive();
 }
 
 void VelutraController::slotMainLoop()
 {
     m_unhandledLineEpisode.poll();
     m_parsingErrorEpisode.poll();
+    m_moduleWarningEpisode.poll();
     switch (m_mainLoopState) {
     case 0:
         buildPanel();
@@ -466,6 +468,7 @@ void VelutraController::installBaseMonitorList()
     m_installedModuleColumn = -1;
     m_hgModuleKind = 0;
     m_dynamicWavelengthSupported = false;
+    forgetAuditedState();
 
     queueMonitor(VelutraCommands::statusRecord6Query());
     queueMonitor(VelutraCommands::statusRecord7Query());
@@ -707,11 +710,12 @@ void VelutraController::slotDynamicWavelengthFeatureSupported(bool value)
 
 void VelutraController::slotSendManualCommand(const QByteArray &bytes)
 {
-    // The operator's text goes out as typed; a NUL ends it, as it would on the wire.
+    // The operator's text goes out as typed; a NUL ends it, as it would on the wire. An empty
+    // text is passed on too: the handler is the one that knows it has nothing to send.
     const int length = int(qstrnlen(bytes.constData(), uint(bytes.size())));
     const QString command = QString::fromLatin1(bytes.constData(), length);
-    if (command.isEmpty()) {
-        return;
+    if (!command.isEmpty()) {
+        logOperatorRequest(tr("manual command"), command);
     }
     queueSettings(command);
 }

@@ -462,8 +462,9 @@ private:
     void recomputeOutputRate();
     // Shows what a frequency index selects: its rate, its divider and the output rate.
     void applyFrequencyIndex(int index);
-    // "e_freq" for a found list index (nothing for -1), then the delayed digital-output query.
-    void sendFrequencyIndex(int index);
+    // "e_freq" for a found list index, said in words in the log, then the delayed
+    // digital-output query.
+    void sendFrequencyIndex(int index, const QString &request);
 
     double m_powerSetting_nJ = 0.0;
     double m_powerSettingPercent = 0.0;
@@ -488,6 +489,30 @@ private:
 
     int m_hgModuleKind = 0;
     QString m_hgModuleType;
+
+    // ---- Audit trail (velutracontroller_audit.cpp) --------------------------------------------
+    // What the operator asked for, in words with value and unit, and the command text that
+    // carries it: one line in the operator's log, then the command on the queue.
+    void sendOperatorCommand(const QString &request, const QString &command,
+                             const char *staleGroup);
+    void logOperatorRequest(const QString &request, const QString &command = QString());
+    // Changes of the operating state and of the error and warning lamps, of the output
+    // enable, and of the module's error, as the device reports them.
+    void auditStatusByte(int statusByte);
+    void auditOutputEnabled(bool enabled);
+    void auditModuleError(const QString &message);
+    void auditModuleWarning(const QString &message);
+    // After a disconnection the device reports everything again, and the log says it again.
+    void forgetAuditedState();
+
+    // The status byte last written to the log, -1 before the first report.
+    int m_auditedStatusByte = -1;
+    // 0 not reported, 1 disabled, 2 enabled.
+    int m_auditedOutputEnable = 0;
+    QString m_auditedModuleError;
+    // A module that keeps repeating a warning gets a few lines and a count, not a line a poll.
+    LogEpisode m_moduleWarningEpisode = moduleWarningEpisode();
+    static LogEpisode moduleWarningEpisode();
 
     // ---- Status indication (velutracontroller_status.cpp) -----------------------------------
     void updateIndicators();

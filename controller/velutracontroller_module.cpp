@@ -17,6 +17,25 @@ constexpr int s_laserWavelengthCount = 3;
 constexpr double s_nanojoulesPerMicrojoule = 1000.0;
 constexpr double s_milliwattsPerWatt = 1000.0;
 
+// The module's outputs in the order of its selector (ls_wavelength index), and the laser's
+// wavelength register entries in the order of the side panel's box, as the log names them.
+const char *const s_moduleOutputNames[] = {
+        QT_TRANSLATE_NOOP("VelutraController", "IR 1030 nm"),
+        QT_TRANSLATE_NOOP("VelutraController", "Green 515 nm"),
+        QT_TRANSLATE_NOOP("VelutraController", "UV 343 nm"),
+        QT_TRANSLATE_NOOP("VelutraController", "DUV"),
+};
+const char *const s_laserWavelengthNames[] = {"1030 nm", "515 nm", "343 nm"};
+
+template<size_t N>
+QString nameOf(const char *const (&names)[N], int index)
+{
+    if (index < 0 || index >= int(N)) {
+        return VelutraController::tr("entry %1").arg(index);
+    }
+    return VelutraController::tr(names[index]);
+}
+
 // Dynamic wavelength switching, one row per wavelength index of the module (the index of
 // "ls_dwls_default=%1,%2" and of the device's "Wavelength Index:" lines).
 struct DynamicWavelengthRow
@@ -49,7 +68,8 @@ static_assert(sizeof(s_dynamicWavelengths) / sizeof(s_dynamicWavelengths[0])
 void VelutraController::wavelengthSelectorComboChanged(int index)
 {
     // The module answers with the position of its piezo stage, which is the output selected.
-    sendSetCommand(VelutraCommands::moduleWavelength(index), "PiezoPositionSetting");
+    sendOperatorCommand(tr("select the module output %1").arg(nameOf(s_moduleOutputNames, index)),
+                        VelutraCommands::moduleWavelength(index), "PiezoPositionSetting");
 }
 
 void VelutraController::wavelengthChanged(int index)
@@ -59,7 +79,9 @@ void VelutraController::wavelengthChanged(int index)
     const QString command = m_systemType == s_systemTypeVelutra2
                                     ? VelutraCommands::laserWavelengthVelutra2(index)
                                     : VelutraCommands::laserWavelength(index);
-    sendSetCommand(command, nullptr);
+    sendOperatorCommand(
+            tr("set the laser wavelength to %1").arg(nameOf(s_laserWavelengthNames, index)),
+            command, nullptr);
 }
 
 void VelutraController::slotiWavelenghtVTXChanged(int value)
@@ -89,7 +111,8 @@ void VelutraController::slotOvenModeChanged(int value)
 
 void VelutraController::ovenModeComboChanged(int index)
 {
-    sendSetCommand(VelutraCommands::ovenMode(index), "OvenMode");
+    sendOperatorCommand(index != 0 ? tr("switch the ovens on") : tr("switch the ovens off"),
+                        VelutraCommands::ovenMode(index), "OvenMode");
 }
 
 // A set-point that is not a number is never sent: "ls_temp_setpoint=nan" means nothing to
@@ -99,8 +122,9 @@ void VelutraController::oven1SetpointChanged(double celsius)
     if (!std::isfinite(celsius)) {
         return;
     }
-    sendSetCommand(VelutraCommands::oven1Setpoint(celsius, m_hgModuleType),
-                   "Oven1TemperatureSetpoint");
+    sendOperatorCommand(tr("set the SHG oven set-point to %1 °C").arg(celsius, 0, 'f', 1),
+                        VelutraCommands::oven1Setpoint(celsius, m_hgModuleType),
+                        "Oven1TemperatureSetpoint");
 }
 
 void VelutraController::oven2SetpointChanged(double celsius)
@@ -108,7 +132,8 @@ void VelutraController::oven2SetpointChanged(double celsius)
     if (!std::isfinite(celsius)) {
         return;
     }
-    sendSetCommand(VelutraCommands::oven2Setpoint(celsius), "Oven2TemperatureSetpoint");
+    sendOperatorCommand(tr("set the THG oven set-point to %1 °C").arg(celsius, 0, 'f', 1),
+                        VelutraCommands::oven2Setpoint(celsius), "Oven2TemperatureSetpoint");
 }
 
 void VelutraController::slotOven1TempSettingChanged(double value)
@@ -149,7 +174,8 @@ void VelutraController::crystalSpotSliderChanged(double spot)
     if (!std::isfinite(spot)) {
         return;
     }
-    sendSetCommand(VelutraCommands::setCrystalSpot(spot), "HGCrystalCurSpot");
+    sendOperatorCommand(tr("move the crystal to spot %1").arg(VelutraCommands::truncateToInt(spot)),
+                        VelutraCommands::setCrystalSpot(spot), "HGCrystalCurSpot");
 }
 
 void VelutraController::slotHGCrystalCurSpotChanged(int value)
@@ -192,7 +218,8 @@ void VelutraController::slotDigitalGateChanged(int value)
 void VelutraController::digitalGateModeChanged(int mode)
 {
     // The gate answers at once; unlike a rate change there is nothing to wait for.
-    sendSetCommand(VelutraCommands::setDigitalGate(mode), "DigitalGateSetting");
+    sendOperatorCommand(tr("set the digital gate logic to %1").arg(mode),
+                        VelutraCommands::setDigitalGate(mode), "DigitalGateSetting");
     queueSettings(VelutraCommands::digitalGateQuery());
 }
 
@@ -205,8 +232,10 @@ void VelutraController::slotDynamicWavelengthFeatureChanged(int value)
 
 void VelutraController::dynamicWavelengthFeatureChanged(int enabled)
 {
-    sendSetCommand(VelutraCommands::setDynamicWavelengthEnabled(enabled),
-                   "DynamicWavelengthEnabled");
+    sendOperatorCommand(enabled != 0 ? tr("enable dynamic wavelength switching")
+                                     : tr("disable dynamic wavelength switching"),
+                        VelutraCommands::setDynamicWavelengthEnabled(enabled),
+                        "DynamicWavelengthEnabled");
 }
 
 void VelutraController::slotDynamicWLS_IRChanged(double value)
@@ -239,8 +268,11 @@ void VelutraController::dynamicWLS_SaveSetpoint(int wavelength, double microjoul
     const char *staleGroup = wavelength >= 0 && wavelength < s_dynamicWavelengthCount
                                      ? s_dynamicWavelengths[wavelength].staleGroup
                                      : nullptr;
-    sendSetCommand(VelutraCommands::setDynamicWavelengthDefault(wavelength, microjoules),
-                   staleGroup);
+    sendOperatorCommand(tr("set the AOM energy level of %1 to %2 µJ")
+                                .arg(nameOf(s_moduleOutputNames, wavelength))
+                                .arg(microjoules, 0, 'f', 2),
+                        VelutraCommands::setDynamicWavelengthDefault(wavelength, microjoules),
+                        staleGroup);
     queueSettings(VelutraCommands::dynamicWavelengthDefaultQuery());
 }
 

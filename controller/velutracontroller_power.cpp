@@ -155,7 +155,8 @@ void VelutraController::power_uJ_Changed(double microjoules)
     if (!std::isfinite(microjoules)) {
         return;
     }
-    sendSetCommand(VelutraCommands::setPower_uJ(microjoules), "PowerSetpoint_nJ");
+    sendOperatorCommand(tr("set energy to %1 µJ").arg(microjoules, 0, 'f', 2),
+                        VelutraCommands::setPower_uJ(microjoules), "PowerSetpoint_nJ");
 }
 
 void VelutraController::powerPercentChanged(double percent)
@@ -163,7 +164,8 @@ void VelutraController::powerPercentChanged(double percent)
     if (!std::isfinite(percent)) {
         return;
     }
-    sendSetCommand(VelutraCommands::setPowerPercent(percent), "PowerSetpoint_Percent");
+    sendOperatorCommand(tr("set energy to %1 %").arg(percent, 0, 'f', 2),
+                        VelutraCommands::setPowerPercent(percent), "PowerSetpoint_Percent");
 }
 
 void VelutraController::powerIndexChanged(int index)
@@ -173,13 +175,29 @@ void VelutraController::powerIndexChanged(int index)
 
 void VelutraController::repRateChanged(double kilohertz)
 {
-    sendFrequencyIndex(findIndex(m_frequencyList, kilohertz));
+    const int index = findIndex(m_frequencyList, kilohertz);
+    if (index < 0) {
+        logOperatorRequest(tr("repetition rate %1 kHz is none the laser offers; nothing sent")
+                                   .arg(kilohertz, 0, 'f', 3));
+        return;
+    }
+    sendFrequencyIndex(
+            index,
+            tr("set repetition rate to %1 kHz").arg(m_frequencyList.value(index), 0, 'f', 3));
 }
 
 void VelutraController::repRateDividerChanged(double divider)
 {
     // Rate and divider are two views of one table row: the device selects both by its index.
-    sendFrequencyIndex(findIndex(m_divisionList, divider));
+    const int index = findIndex(m_divisionList, divider);
+    if (index < 0) {
+        logOperatorRequest(tr("repetition rate divider %1 is none the laser offers; nothing sent")
+                                   .arg(divider, 0, 'f', 0));
+        return;
+    }
+    sendFrequencyIndex(
+            index,
+            tr("set repetition rate divider to %1").arg(m_divisionList.value(index), 0, 'f', 0));
 }
 
 void VelutraController::repRateScaleIndexChanged(int index)
@@ -192,7 +210,8 @@ void VelutraController::divisionChanged(double factor)
     if (!std::isfinite(factor)) {
         return;
     }
-    sendSetCommand(VelutraCommands::setDivision(factor), "DivisionFactor");
+    sendOperatorCommand(tr("set division factor to %1").arg(VelutraCommands::truncateToInt(factor)),
+                        VelutraCommands::setDivision(factor), "DivisionFactor");
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
 }
@@ -212,13 +231,9 @@ void VelutraController::applyFrequencyIndex(int index)
     recomputeOutputRate();
 }
 
-void VelutraController::sendFrequencyIndex(int index)
+void VelutraController::sendFrequencyIndex(int index, const QString &request)
 {
-    // No entry near the request (NaN never is): nothing to select.
-    if (index < 0) {
-        return;
-    }
-    sendSetCommand(VelutraCommands::setFrequencyIndex(index), "FrequencyIndex");
+    sendOperatorCommand(request, VelutraCommands::setFrequencyIndex(index), "FrequencyIndex");
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
 }

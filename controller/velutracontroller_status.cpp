@@ -56,10 +56,6 @@ constexpr int s_outputGreen = 0x02;
 constexpr int s_outputUV = 0x04;
 constexpr int s_outputDUV = 0x08;
 
-// No reply carries a measured deep-UV energy or power, so those two rows could only ever read
-// "???": they stay hidden whatever the module says it puts out.
-constexpr bool s_showMeasuredDUV = false;
-
 // The stale groups the state commands touch. The buttons' on/off comes from the status byte
 // and the operating mode from the AOM mode, both in the "s7" record, which is polled
 // continuously: marking it stale repaints the buttons and the mode from the next poll even
@@ -84,25 +80,26 @@ QString counterText(int value)
 
 void VelutraController::outEnableChanged(bool on)
 {
-    sendSetCommand(on ? VelutraCommands::outputEnable() : VelutraCommands::outputDisable(),
-                   s_outputEnableGroup);
+    sendOperatorCommand(on ? tr("output enable") : tr("output disable"),
+                        on ? VelutraCommands::outputEnable() : VelutraCommands::outputDisable(),
+                        s_outputEnableGroup);
 }
 
 // The three state buttons mean "go to this state": the button's own toggle is not looked at,
 // the device's status byte decides what they show afterwards.
 void VelutraController::laserOnChanged(bool)
 {
-    sendSetCommand(VelutraCommands::laserDisabled(), s_statusRecordGroup);
+    sendOperatorCommand(tr("laser on"), VelutraCommands::laserDisabled(), s_statusRecordGroup);
 }
 
 void VelutraController::standbyChanged(bool)
 {
-    sendSetCommand(VelutraCommands::standby(), s_statusRecordGroup);
+    sendOperatorCommand(tr("standby"), VelutraCommands::standby(), s_statusRecordGroup);
 }
 
 void VelutraController::listenChanged(bool)
 {
-    sendSetCommand(VelutraCommands::listen(), s_statusRecordGroup);
+    sendOperatorCommand(tr("listen"), VelutraCommands::listen(), s_statusRecordGroup);
 }
 
 void VelutraController::slotOperatingModeChanged(int index)
@@ -111,11 +108,15 @@ void VelutraController::slotOperatingModeChanged(int index)
     if (command.isNull()) {
         return;
     }
-    sendSetCommand(command, s_statusRecordGroup);
+    static const char *const s_modeNames[]
+            = {QT_TR_NOOP("Internal"), QT_TR_NOOP("External"), QT_TR_NOOP("AOM mode 8")};
+    sendOperatorCommand(tr("operating mode %1").arg(tr(s_modeNames[index])), command,
+                        s_statusRecordGroup);
 }
 
 void VelutraController::slotAOMChanged(bool value)
 {
+    auditOutputEnabled(value);
     emit setOutEnableOn(value);
 }
 
@@ -124,6 +125,7 @@ void VelutraController::slotAOMChanged(bool value)
 void VelutraController::slotuiTmpChar2Changed(uchar value)
 {
     m_statusByte = value;
+    auditStatusByte(value);
     updateIndicators();
 }
 
@@ -200,14 +202,17 @@ void VelutraController::slotHGStatusFlagsChanged(quint16 flags)
 void VelutraController::slotHGErrorcodeChanged(uchar value)
 {
     if (value == 0) {
+        auditModuleError(QString());
         emit setErrorcodeHGIndicator(false);
         emit setErrorcodeHGMessage(QString());
         return;
     }
     const QString text
             = VelutraHGErrors::errorText(VelutraHGErrors::moduleVariant(m_hgModuleType), value);
+    const QString message = QStringLiteral("HG Error code: %1 - %2").arg(int(value)).arg(text);
+    auditModuleError(message);
     emit setErrorcodeHGIndicator(true);
-    emit setErrorcodeHGMessage(QStringLiteral("HG Error code: %1 - %2").arg(int(value)).arg(text));
+    emit setErrorcodeHGMessage(message);
 }
 
 void VelutraController::slotHGOutputConfigChanged(uchar value)
@@ -226,7 +231,7 @@ void VelutraController::publishOutputConfig(quint8 config)
 
     emit setPowerMeasuredGreen_uJVisibility(green);
     emit setPowerMeasuredUV_uJVisibility(uv);
-    emit setPowerMeasuredDUV_uJVisibility(duv && s_showMeasuredDUV);
+    emit setPowerMeasuredDUV_uJVisibility(duv);
 
     emit setDynamicWLS_IR_Visibility(ir);
     emit setDynamicWLS_Green_Visibility(green);
@@ -237,7 +242,7 @@ void VelutraController::publishOutputConfig(quint8 config)
     emit setOutputPowerIRMeasuredWVisibility(true);
     emit setOutputPowerGreenMeasuredWVisibility(green);
     emit setOutputPowerUVMeasuredWVisibility(uv);
-    emit setOutputPowerDUVMeasuredWVisibility(duv && s_showMeasuredDUV);
+    emit setOutputPowerDUVMeasuredWVisibility(duv);
 
     emit setWavelengthSelectorComboItemVisibility(0, ir);
     emit setWavelengthSelectorComboItemVisibility(1, green);
@@ -395,6 +400,7 @@ void VelutraController::slotsHGModuleRuntime(const QString &text)
 
 void VelutraController::slotsHGModuleWarning(const QString &text)
 {
+    auditModuleWarning(text);
     emit setHGModuleWarning(text);
 }
 

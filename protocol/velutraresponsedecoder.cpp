@@ -1076,11 +1076,6 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
             {P, "e_mode", nullptr, swallow},
             {P, "e_div", nullptr, swallow},
             {P, "e_freq", nullptr, swallow},
-            // Echoes of commands the program sends on its own: the debug-output query and
-            // switch-off of every connection, and the crystal-spot move.
-            {P, "d2?", nullptr, swallow},
-            {P, "d2=", nullptr, swallow},
-            {P, "ls_crystal_setSpot", nullptr, swallow},
             // ... informational lines of the laser ...
             {P, "AOM max frequency fields number is:", nullptr, swallow},
             {P, "e_mode of AOM:", nullptr, swallow},

@@ -90,12 +90,19 @@ constexpr DynamicWlsRowText s_dynamicWlsRows[] = {
         {"DUV AOM", "dynamicWlsDUV"},
 };
 
+QString waitingHeader()
+{
+    return VelutraView::tr("VELUTRA-XP: waiting for the laser…");
+}
+
 } // namespace
 
 VelutraView::VelutraView(QWidget *parent)
     : MainView(parent)
 {
     setTinyHeader(QStringLiteral("Velutra XP\n"));
+    // Until the laser names its model, say what the panel is waiting for.
+    setHeader(waitingHeader());
     createSidePanel();
     createControlPage();
     createViewPage();
@@ -177,13 +184,21 @@ void VelutraView::createSidePanel()
     m_sideWavelengthCombo->setObjectName(QStringLiteral("sideWavelengthCombo"));
     m_sideWavelengthCombo->addItems(
             {QStringLiteral("1030 nm"), QStringLiteral("515 nm"), QStringLiteral("343 nm")});
-    // Nothing is selected until the device says which wavelength it emits.
+    // No reply of the laser reports its wavelength register: until the operator chooses one
+    // (or a firmware reports it) the box says so instead of showing an empty field.
     m_sideWavelengthCombo->setCurrentIndex(-1);
+    m_sideWavelengthCombo->setPlaceholderText(tr("not reported"));
     wavelengthLabel->setBuddy(m_sideWavelengthCombo);
     wavelengthLayout->addWidget(m_sideWavelengthCombo);
+    m_sideWavelengthFixed
+            = typedLabel(QString(), "panel-text", QStringLiteral("sideWavelengthFixed"));
+    m_sideWavelengthFixed->setVisible(false);
+    wavelengthLayout->addWidget(m_sideWavelengthFixed);
     side->addWidget(m_sideWavelengthRow);
-    connect(m_sideWavelengthCombo, &ComboBox::currentIndexChanged, this,
-            &VelutraView::wavelengthChanged);
+    connect(m_sideWavelengthCombo, &ComboBox::currentIndexChanged, this, [this](int index) {
+        m_sideWavelengthKnown = true;
+        emit wavelengthChanged(index);
+    });
 
     m_systemInfoBox = sideBox(QStringLiteral("systemInfoBox"), tr("System info"));
     auto *infoLayout = static_cast<QVBoxLayout *>(m_systemInfoBox->layout());
@@ -460,6 +475,8 @@ void VelutraView::setErrorcodeHGIndicatorVisible(bool visible)
 void VelutraView::setWavelengthSelector(int index)
 {
     m_sideWavelengthCombo->setCurrentIndex(index);
+    m_sideWavelengthKnown = m_sideWavelengthCombo->currentIndex() >= 0;
+    updateSideWavelengthEnabled();
 }
 
 void VelutraView::setWavelengthSelectorEnabled(bool enabled)
@@ -475,15 +492,40 @@ void VelutraView::enableWavelengths(bool entry0, bool entry1, bool entry2)
     m_sideWavelengthCombo->setItemVisibility(2, entry0);
     m_sideWavelengthCombo->setItemVisibility(1, entry1);
     m_sideWavelengthCombo->setItemVisibility(0, entry2);
+    if (!m_sideWavelengthKnown) {
+        updateSideWavelengthWhenUnknown();
+    }
     updateSideWavelengthEnabled();
+}
+
+void VelutraView::updateSideWavelengthWhenUnknown()
+{
+    if (m_sideWavelengthCombo->visibleItemCount() >= 2) {
+        m_sideWavelengthCombo->setCurrentIndex(-1);
+        return;
+    }
+    // A firmware that offers no choice leaves the laser on its fundamental; one that offers a
+    // single wavelength leaves it on that one.
+    int only = 0;
+    for (int i = 0; i < m_sideWavelengthCombo->count(); ++i) {
+        if (m_sideWavelengthCombo->isItemVisible(i)) {
+            only = i;
+        }
+    }
+    m_sideWavelengthCombo->setCurrentIndex(only);
 }
 
 void VelutraView::updateSideWavelengthEnabled()
 {
     // With one wavelength on offer there is nothing to choose, and while the device holds
     // the lock the operator may not choose.
-    m_sideWavelengthCombo->setEnabled(m_sideWavelengthCombo->visibleItemCount() >= 2
-                                      && m_wavelengthLockOpen);
+    const bool choice = m_sideWavelengthCombo->visibleItemCount() >= 2;
+    m_sideWavelengthCombo->setEnabled(choice && m_wavelengthLockOpen);
+    // A disabled box reads as a broken control; the one wavelength there is reads as a value.
+    const bool fixed = !choice && m_sideWavelengthCombo->currentIndex() >= 0;
+    m_sideWavelengthFixed->setText(m_sideWavelengthCombo->currentText());
+    m_sideWavelengthFixed->setVisible(fixed);
+    m_sideWavelengthCombo->setVisible(!fixed);
 }
 
 void VelutraView::setSystemInfoView(bool visible)

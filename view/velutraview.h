@@ -261,6 +261,14 @@ private:
     void updateSideWavelengthEnabled();
     void updateExternHeading();
     void updateDynamicWlsSaveEnabled();
+    // Shows a wavelength on the selector, with the labels that name it.
+    void showSelectedWavelength(int index);
+    void updateWavelengthLabels();
+    void onPendingWavelengthExpired();
+    void showDynamicWlsReported(int wavelength, double microjoules);
+    // The side panel's box when the laser's wavelength is not known: with nothing to choose it
+    // names the one wavelength the laser has, otherwise it asks for a choice.
+    void updateSideWavelengthWhenUnknown();
     void showCrystalRunHours();
     void onCrystalSpotTimeElapsed();
     // Runs one modal prompt; false when the operator did not accept it or when the view went
@@ -287,6 +295,8 @@ private:
     QLabel *m_dynamicWlsValues[s_wavelengthCount] = {};
     QWidget *m_sideWavelengthRow = nullptr;
     class ComboBox *m_sideWavelengthCombo = nullptr;
+    // With one wavelength only there is nothing to choose: the side panel names it as a value.
+    QLabel *m_sideWavelengthFixed = nullptr;
     QWidget *m_systemInfoBox = nullptr;
     QWidget *m_digitalGateBox = nullptr;
     QLabel *m_sideGateLevel0V = nullptr;
@@ -343,6 +353,17 @@ private:
     double m_repRateDivider = 0.0;
     // The device's wavelength: -1 until it first reports one.
     int m_selectedWavelength = -1;
+    // A wavelength the operator chose and confirmed is shown while the module is still on its
+    // way there: reports of the old one meanwhile are kept aside, not shown (-1 none pending).
+    int m_pendingWavelength = -1;
+    int m_reportedWavelength = -1;
+    bool m_wavelengthReported = false;
+    class QTimer *m_pendingWavelengthTimer = nullptr;
+    // The wavelength whose AOM energy level was sent last, until the module reports it.
+    int m_dynamicWlsSavePending = -1;
+    QLabel *m_dynamicWlsSaveStatus = nullptr;
+    // Set once the laser's own wavelength is known: reported by the device or chosen.
+    bool m_sideWavelengthKnown = false;
     int m_currentCrystalSpot = 0;
     bool m_crystalSpotKnown = false;
     quint64 m_crystalCurRuntime = 0;

@@ -13,6 +13,7 @@
 #include <QPointer>
 #include <QRadioButton>
 #include <QSignalBlocker>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -34,8 +35,16 @@ constexpr qint64 s_maxCrystalSpots = 10000;
 
 const QString s_unknown = QStringLiteral("???");
 
-// The names the prompts use for the entries of the wavelength selector.
+// The names the prompts and the energy control use for the entries of the wavelength selector,
+// and the entries as the selector lists them, with their wavelengths.
 const char *const s_wavelengthNames[] = {"IR", "Green", "UV", "DUV"};
+const char *const s_wavelengthItems[]
+        = {QT_TRANSLATE_NOOP("VelutraView", "IR 1030 nm"),
+           QT_TRANSLATE_NOOP("VelutraView", "Green 515 nm"),
+           QT_TRANSLATE_NOOP("VelutraView", "UV 343 nm"), QT_TRANSLATE_NOOP("VelutraView", "DUV")};
+// How long a chosen wavelength is shown without the module reporting it: the module takes a
+// few seconds to move its optics; one that never gets there is shown where it is.
+constexpr int s_wavelengthChangeTimeoutMs = 30 * 1000;
 
 QLabel *typedLabel(const QString &text, const char *type, const QString &objectName = QString())
 {
@@ -151,8 +160,15 @@ void VelutraView::createControlPage()
 
     m_wavelengthSelectorCombo = new ComboBox;
     m_wavelengthSelectorCombo->setObjectName(QStringLiteral("wavelengthSelectorCombo"));
-    m_wavelengthSelectorCombo->addItems({tr("IR"), tr("Green"), tr("UV"), tr("DUV")});
+    for (const char *item : s_wavelengthItems) {
+        m_wavelengthSelectorCombo->addItem(tr(item));
+    }
     m_wavelengthSelectorCombo->setCurrentIndex(-1);
+    m_pendingWavelengthTimer = new QTimer(this);
+    m_pendingWavelengthTimer->setSingleShot(true);
+    m_pendingWavelengthTimer->setInterval(s_wavelengthChangeTimeoutMs);
+    connect(m_pendingWavelengthTimer, &QTimer::timeout, this,
+            &VelutraView::onPendingWavelengthExpired);
     addRow(grid, row++, typedLabel(tr("Wavelength selector"), "label"), m_wavelengthSelectorCombo);
 
     grid->addWidget(heading(tr("Energy"), "title"), row++, 0, 1, 3);
@@ -175,6 +191,11 @@ void VelutraView::createControlPage()
     fitToText(m_dynamicWlsSaveButton);
     addRow(grid, row++, typedLabel(tr("Dynamic Wavelength Switching"), "label"),
            m_dynamicWlsSaveButton);
+    // What the button sent, and what the module then reports for that wavelength.
+    m_dynamicWlsSaveStatus = typedLabel(QString(), "text", QStringLiteral("dynamicWlsSaveStatus"));
+    m_dynamicWlsSaveStatus->setTextFormat(Qt::PlainText);
+    m_dynamicWlsSaveStatus->setWordWrap(true);
+    grid->addWidget(m_dynamicWlsSaveStatus, row - 1, 2);
     connect(m_dynamicWlsSaveButton, &QPushButton::clicked, this,
             &VelutraView::dynamicWLS_SaveButtonClicked);
 
@@ -310,10 +331,12 @@ void VelutraView::createHarmonicGeneratorPage()
     m_oven2Actual = readout(QStringLiteral("oven2Actual"));
     addRow(grid, row++, typedLabel(tr("Measured THG oven temperature"), "label"), m_oven2Actual);
     m_oven1Slider = makeSlider(QStringLiteral("oven1Slider"), this);
-    m_oven1Slider->addScale(tr("SHG Oven temperature setpoint"))->addUnit(QString(), 1, 100, 1);
+    m_oven1Slider->addScale(tr("SHG Oven temperature setpoint"))
+            ->addUnit(QStringLiteral("°C"), 1, 100, 1);
     grid->addWidget(m_oven1Slider, row++, 0, 1, 3);
     m_oven2Slider = makeSlider(QStringLiteral("oven2Slider"), this);
-    m_oven2Slider->addScale(tr("THG Oven temperature setpoint"))->addUnit(QString(), 1, 100, 1);
+    m_oven2Slider->addScale(tr("THG Oven temperature setpoint"))
+            ->addUnit(QStringLiteral("°C"), 1, 100, 1);
     grid->addWidget(m_oven2Slider, row++, 0, 1, 3);
     grid->setColumnStretch(2, 1);
     layout->addLayout(grid);
@@ -382,10 +405,47 @@ void VelutraView::setWavelengthSelectorCombo(int index)
     if (index < -1 || index >= s_wavelengthCount) {
         return;
     }
+    m_reportedWavelength = index;
+    m_wavelengthReported = true;
+    if (m_pendingWavelength >= 0) {
+        if (index != m_pendingWavelength) {
+            // The module is still on its way to the operator's choice.
+            return;
+        }
+        m_pendingWavelength = -1;
+        m_pendingWavelengthTimer->stop();
+    }
     // What the device reports is the wavelength in use, whatever the operator last chose.
+    showSelectedWavelength(index);
+}
+
+void VelutraView::showSelectedWavelength(int index)
+{
     m_wavelengthSelectorCombo->setCurrentIndex(index);
     m_selectedWavelength = index;
     updateDynamicWlsSaveEnabled();
+    updateWavelengthLabels();
+}
+
+void VelutraView::updateWavelengthLabels()
+{
+    // The energy control sets the pulse energy of the wavelength that leaves the laser.
+    const int shown = m_selectedWavelength >= 0 ? m_selectedWavelength : 0;
+    if (ComboSliderScale *scale = m_energySlider->scale(0)) {
+        scale->setName(tr("%1 Energy control").arg(tr(s_wavelengthNames[shown])));
+    }
+}
+
+void VelutraView::onPendingWavelengthExpired()
+{
+    if (m_pendingWavelength < 0) {
+        return;
+    }
+    m_pendingWavelength = -1;
+    // The module never reported the choice: show where it is, as far as it said.
+    if (m_wavelengthReported) {
+        showSelectedWavelength(m_reportedWavelength);
+    }
 }
 
 void VelutraView::setWavelengthSelectorComboItemVisibility(int item, bool visible)
@@ -403,14 +463,24 @@ void VelutraView::newWavelengthSelected(int index)
     if (index < 0 || index >= s_wavelengthCount) {
         return;
     }
+    const int previous = m_selectedWavelength;
     if (m_dynamicWavelengthFeatureOn) {
         // The device switches wavelengths itself: nothing to disable, no shutter to move.
+        const QPointer<VelutraView> self(this);
         emit wavelengthSelectorComboChanged(index);
-        m_selectedWavelength = index;
-        updateDynamicWlsSaveEnabled();
+        if (!self) {
+            return;
+        }
+        m_pendingWavelength = index;
+        m_pendingWavelengthTimer->start();
+        showSelectedWavelength(index);
         return;
     }
 
+    // While the prompts are open the combo shows the operator's choice; a report of the
+    // wavelength in use that arrives meanwhile must not take it back.
+    m_pendingWavelength = index;
+    m_pendingWavelengthTimer->stop();
     bool alive = true;
     const bool accepted
             = runPrompt(QStringLiteral("aomWarningDialog"), tr("** Warning **"),
@@ -419,7 +489,8 @@ void VelutraView::newWavelengthSelected(int index)
         return;
     }
     if (!accepted) {
-        m_wavelengthSelectorCombo->setCurrentIndex(m_selectedWavelength);
+        m_pendingWavelength = -1;
+        showSelectedWavelength(m_wavelengthReported ? m_reportedWavelength : previous);
         return;
     }
 
@@ -428,9 +499,9 @@ void VelutraView::newWavelengthSelected(int index)
     if (!self) {
         return;
     }
-    const int previous = m_selectedWavelength;
-    m_selectedWavelength = index;
-    updateDynamicWlsSaveEnabled();
+    m_pendingWavelength = index;
+    m_pendingWavelengthTimer->start();
+    showSelectedWavelength(index);
     const QString newName = tr(s_wavelengthNames[index]);
     const QString text
             = previous >= 0 && previous < s_wavelengthCount
@@ -633,7 +704,28 @@ void VelutraView::dynamicWLS_SaveButtonClicked()
     if (m_selectedWavelength < 0) {
         return;
     }
-    emit dynamicWLS_SaveSetpoint(m_selectedWavelength, m_energySetpoint_uJ);
+    const int wavelength = m_selectedWavelength;
+    const double energy = m_energySetpoint_uJ;
+    const QPointer<VelutraView> self(this);
+    emit dynamicWLS_SaveSetpoint(wavelength, energy);
+    if (!self) {
+        return;
+    }
+    m_dynamicWlsSavePending = wavelength;
+    m_dynamicWlsSaveStatus->setText(tr("Sent: %1 AOM energy level %2 µJ")
+                                            .arg(tr(s_wavelengthItems[wavelength]))
+                                            .arg(formatReadout(energy, 2)));
+}
+
+void VelutraView::showDynamicWlsReported(int wavelength, double microjoules)
+{
+    if (wavelength != m_dynamicWlsSavePending) {
+        return;
+    }
+    m_dynamicWlsSavePending = -1;
+    m_dynamicWlsSaveStatus->setText(tr("The module holds %1 AOM energy level %2 µJ")
+                                            .arg(tr(s_wavelengthItems[wavelength]))
+                                            .arg(formatReadout(microjoules, 2)));
 }
 
 void VelutraView::updateDynamicWlsSaveEnabled()
@@ -810,6 +902,7 @@ void VelutraView::newDynamicWavelengthFeatureChanged(QAbstractButton *button)
 void VelutraView::setDynamicWLS_IR_uJ(double microjoules)
 {
     m_dynamicWlsValues[0]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
+    showDynamicWlsReported(0, microjoules);
 }
 
 void VelutraView::setDynamicWLS_IR_Percent(double percent)
@@ -825,6 +918,7 @@ void VelutraView::setDynamicWLS_IR_Visibility(bool visible)
 void VelutraView::setDynamicWLS_Green_uJ(double microjoules)
 {
     m_dynamicWlsValues[1]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
+    showDynamicWlsReported(1, microjoules);
 }
 
 void VelutraView::setDynamicWLS_Green_Percent(double percent)
@@ -840,6 +934,7 @@ void VelutraView::setDynamicWLS_Green_Visibility(bool visible)
 void VelutraView::setDynamicWLS_UV_uJ(double microjoules)
 {
     m_dynamicWlsValues[2]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
+    showDynamicWlsReported(2, microjoules);
 }
 
 void VelutraView::setDynamicWLS_UV_Percent(double percent)
@@ -855,6 +950,7 @@ void VelutraView::setDynamicWLS_UV_Visibility(bool visible)
 void VelutraView::setDynamicWLS_DUV_uJ(double microjoules)
 {
     m_dynamicWlsValues[3]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
+    showDynamicWlsReported(3, microjoules);
 }
 
 void VelutraView::setDynamicWLS_DUV_Percent(double percent)

@@ -338,6 +338,10 @@ void VelutraView::setSystemDetailsField(SystemDetailsField field, const QString 
 void VelutraView::setVelutraType(const QString &text)
 {
     setTinyHeader(text + QLatin1Char('\n'));
+    // The laser has answered: the model in the small header says who is connected.
+    if (header() == tr("VELUTRA-XP: waiting for the laser…")) {
+        setHeader(QString());
+    }
 }
 
 void VelutraView::setHardwareVersion(const QString &text)
@@ -608,6 +612,14 @@ void VelutraView::setHGModuleWarning(const QString &text)
     auto *ok = dialogButton(tr("OK"), "hgModuleWarningOkButton", dialog);
     ok->setDefault(true);
     connect(ok, &QPushButton::clicked, dialog, &QDialog::accept);
+    // Acknowledged is over: the same warning coming back is news again and gets a dialog of its
+    // own, even before this window is gone (Qt deletes it only on a later turn of the loop).
+    connect(dialog, &QDialog::finished, this, [this, dialog] {
+        if (m_hgModuleWarningDialog == dialog) {
+            m_hgModuleWarningDialog.clear();
+            m_hgModuleWarningText.clear();
+        }
+    });
     auto *buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(ok);

@@ -2,6 +2,7 @@
 #include "applicationidentity.h"
 #include "layoutdebug.h"
 #include "optionsdialog.h"
+#include "panelkit.h"
 #include "quickconnect.h"
 #include "testoption.h"
 #include "ttmenu.h"
@@ -14,6 +15,8 @@
 #include <QTextBrowser>
 #include <QTreeWidget>
 #include <QtTest>
+
+#include <cmath>
 
 namespace {
 
@@ -68,6 +71,61 @@ private slots:
         QVERIFY(link->textInteractionFlags().testFlag(Qt::LinksAccessibleByKeyboard));
         QVERIFY(link->textInteractionFlags().testFlag(Qt::LinksAccessibleByMouse));
         QVERIFY(link->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
+    }
+
+    // The link keeps its blue; under the panel's dark style it must still stand out from what
+    // is behind it (a contrast ratio of at least 4.5 to 1, as for body text).
+    void aboutLinkIsReadableUnderThePanelStyle()
+    {
+        const QString previousStyle = qApp->styleSheet();
+        PanelKit::loadApplicationFonts();
+        qApp->setStyleSheet(PanelKit::getApplicationStylesheet());
+        AboutDialog dialog;
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QLabel *link = labelNamed(dialog, "labelLink");
+        // The dialog draws what lies behind the label; grab that part of the dialog.
+        const QImage image
+                = dialog.grab(QRect(link->mapTo(&dialog, QPoint(0, 0)), link->size())).toImage();
+        qApp->setStyleSheet(previousStyle);
+
+        const auto luminance = [](QColor color) {
+            const auto channel = [](double value) {
+                return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+            };
+            return 0.2126 * channel(color.redF()) + 0.7152 * channel(color.greenF())
+                   + 0.0722 * channel(color.blueF());
+        };
+        // What is behind the text: the colour most of the label is painted in.
+        QHash<QRgb, int> counts;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                ++counts[image.pixel(x, y)];
+            }
+        }
+        QRgb mostUsed = 0;
+        for (auto it = counts.cbegin(); it != counts.cend(); ++it) {
+            if (it.value() > counts.value(mostUsed)) {
+                mostUsed = it.key();
+            }
+        }
+        const QColor background = QColor::fromRgba(mostUsed);
+        const double linkLuminance = luminance(QColor(0x00, 0x00, 0xff));
+        const double backgroundLuminance = luminance(background);
+        const double contrast = (qMax(linkLuminance, backgroundLuminance) + 0.05)
+                                / (qMin(linkLuminance, backgroundLuminance) + 0.05);
+        QVERIFY2(contrast >= 4.5, qPrintable(QStringLiteral("#0000ff on %1: %2 to 1")
+                                                     .arg(background.name())
+                                                     .arg(contrast, 0, 'f', 2)));
+        // The link's blue is really drawn there.
+        bool blueDrawn = false;
+        for (int y = 0; y < image.height() && !blueDrawn; ++y) {
+            for (int x = 0; x < image.width() && !blueDrawn; ++x) {
+                const QColor pixel = image.pixelColor(x, y);
+                blueDrawn = pixel.blue() > 200 && pixel.red() < 80 && pixel.green() < 80;
+            }
+        }
+        QVERIFY(blueDrawn);
     }
 
     void aboutDialogOkAccepts()

@@ -544,10 +544,11 @@ void TestControllerStatus::outputConfig_data()
                     .arg(index)
                     .arg(boolText(visible));
         };
-        // No reply carries a measured deep-UV value: those two rows stay hidden.
+        // The deep-UV rows follow the bit like the others; keeping them hidden while no reply
+        // feeds them is the view's business.
         return QStringList{call("setPowerMeasuredGreen_uJVisibility", green),
                            call("setPowerMeasuredUV_uJVisibility", uv),
-                           call("setPowerMeasuredDUV_uJVisibility", false),
+                           call("setPowerMeasuredDUV_uJVisibility", duv),
                            call("setDynamicWLS_IR_Visibility", ir),
                            call("setDynamicWLS_Green_Visibility", green),
                            call("setDynamicWLS_UV_Visibility", uv),
@@ -555,7 +556,7 @@ void TestControllerStatus::outputConfig_data()
                            call("setOutputPowerIRMeasuredWVisibility", true),
                            call("setOutputPowerGreenMeasuredWVisibility", green),
                            call("setOutputPowerUVMeasuredWVisibility", uv),
-                           call("setOutputPowerDUVMeasuredWVisibility", false),
+                           call("setOutputPowerDUVMeasuredWVisibility", duv),
                            item(0, ir),
                            item(1, green),
                            item(2, uv),

@@ -158,6 +158,18 @@ private slots:
         QCOMPARE(view()->tinyHeader(), QStringLiteral("Velutra XP\n"));
     }
 
+    void headerSaysWhatThePanelWaitsFor()
+    {
+        auto *header = view()->findChild<QLabel *>(QStringLiteral("panelHeaderText"));
+        QVERIFY(header);
+        QCOMPARE(view()->tinyHeader(), QStringLiteral("Velutra XP\n"));
+        QCOMPARE(header->text(), QStringLiteral("VELUTRA-XP: waiting for the laser…"));
+        QVERIFY(header->isVisibleTo(view()));
+        view()->setVelutraType(QStringLiteral("Velutra-3"));
+        QCOMPARE(view()->tinyHeader(), QStringLiteral("Velutra-3\n"));
+        QCOMPARE(header->text(), QString());
+    }
+
     void startsWithNothingKnown()
     {
         auto *side = child<ComboBox>(view(), QStringLiteral("sideWavelengthCombo"));
@@ -229,9 +241,9 @@ private slots:
         QTest::newRow("division") << "divisionSlider" << 0 << 0 << "Division factor control"
                                   << "" << 1.0 << 100000.0 << 0 << int(ScaleSlider::Logarithmic);
         QTest::newRow("SHG oven") << "oven1Slider" << 0 << 0 << "SHG Oven temperature setpoint"
-                                  << "" << 1.0 << 100.0 << 1 << int(ScaleSlider::Linear);
+                                  << "°C" << 1.0 << 100.0 << 1 << int(ScaleSlider::Linear);
         QTest::newRow("THG oven") << "oven2Slider" << 0 << 0 << "THG Oven temperature setpoint"
-                                  << "" << 1.0 << 100.0 << 1 << int(ScaleSlider::Linear);
+                                  << "°C" << 1.0 << 100.0 << 1 << int(ScaleSlider::Linear);
         QTest::newRow("crystal") << "crystalSpotSlider" << 0 << 0 << "Current crystal spot"
                                  << "" << 1.0 << 100.0 << 0 << int(ScaleSlider::Stepped);
     }
@@ -672,7 +684,7 @@ private slots:
         auto *save = child<Button>(view(), QStringLiteral("dynamicWlsSaveButton"));
         QVERIFY(!save->isEnabled());
         view()->setWavelengthSelectorCombo(2);
-        QCOMPARE(selector->currentText(), QStringLiteral("UV"));
+        QCOMPARE(selector->currentText(), QStringLiteral("UV 343 nm"));
         QVERIFY(save->isEnabled());
         view()->setWavelengthSelectorCombo(4);
         QCOMPARE(selector->currentIndex(), 2);

@@ -17,6 +17,7 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialog>
 #include <QLabel>
 #include <QLoggingCategory>
@@ -115,6 +116,48 @@ private:
     QStringList m_answers;
     QPointer<QWidget> m_last;
     int m_idleTurns = 0;
+};
+
+// Finds each dialog the view opens among the application's top-level widgets, lets the test look
+// at the panel while it is open, and then clicks its OK button as the operator does.
+class OkClicker : public QObject
+{
+public:
+    explicit OkClicker(std::function<void(QWidget *dialog)> whileOpen = {})
+        : m_whileOpen(std::move(whileOpen))
+    {
+        connect(&m_timer, &QTimer::timeout, this, [this] { look(); });
+        m_timer.start(10);
+    }
+
+    QStringList seen;
+
+private:
+    void look()
+    {
+        const QList<QWidget *> windows = QApplication::topLevelWidgets();
+        for (QWidget *window : windows) {
+            auto *dialog = qobject_cast<QDialog *>(window);
+            if (!dialog || !dialog->isVisible() || m_done.contains(dialog)) {
+                continue;
+            }
+            auto *ok = dialog->findChild<Button *>(QStringLiteral("okButton"));
+            if (!ok || !ok->isVisible()) {
+                continue;
+            }
+            m_done.append(dialog);
+            seen.append(dialog->objectName());
+            if (m_whileOpen) {
+                m_whileOpen(dialog);
+            }
+            QTest::mouseClick(ok, Qt::LeftButton);
+            return;
+        }
+    }
+
+    std::function<void(QWidget *)> m_whileOpen;
+    QList<QPointer<QDialog>> m_done;
+    QTimer m_timer;
 };
 
 } // namespace
@@ -334,6 +377,151 @@ private slots:
         QCOMPARE(emitted(), QStringList{"wavelengthChanged(0)"});
         view()->setWavelengthSelectorEnabled(false);
         QVERIFY(!side->isEnabled());
+    }
+
+    // ---- Wavelength names, held choice, AOM energy level feedback ----------------------------
+
+    void wavelengthsAreListedWithTheirWavelengths()
+    {
+        auto *selector = child<ComboBox>(view(), QStringLiteral("wavelengthSelectorCombo"));
+        QStringList items;
+        for (int i = 0; i < selector->count(); ++i) {
+            items << selector->itemText(i);
+        }
+        QCOMPARE(items, (QStringList{"IR 1030 nm", "Green 515 nm", "UV 343 nm", "DUV"}));
+    }
+
+    void chosenWavelengthHoldsWhileTheModuleMoves()
+    {
+        auto *selector = child<ComboBox>(view(), QStringLiteral("wavelengthSelectorCombo"));
+        auto *energy = child<ComboSlider>(view(), QStringLiteral("energySlider"));
+        view()->setWavelengthSelectorCombo(0);
+        QCOMPARE(energy->scale(0)->name(), QStringLiteral("IR Energy control"));
+
+        QString shownDuringShutterPrompt;
+        QString energyNameDuringShutterPrompt;
+        OkClicker clicker([&](QWidget *dialog) {
+            if (dialog->objectName() != QLatin1String("shutterDialog")) {
+                return;
+            }
+            // The module still reports the old output while the operator moves the shutters.
+            view()->setWavelengthSelectorCombo(0);
+            QCoreApplication::processEvents();
+            shownDuringShutterPrompt = selector->currentText();
+            energyNameDuringShutterPrompt = energy->scale(0)->name();
+        });
+        pick(selector, 1);
+        QTRY_COMPARE(clicker.seen, (QStringList{"aomWarningDialog", "shutterDialog"}));
+        QTRY_VERIFY(!QApplication::activeModalWidget());
+        QCOMPARE(emitted(), QStringList{"wavelengthSelectorComboChanged(1)"});
+        QCOMPARE(shownDuringShutterPrompt, QStringLiteral("Green 515 nm"));
+        QCOMPARE(energyNameDuringShutterPrompt, QStringLiteral("Green Energy control"));
+        QCOMPARE(selector->currentText(), QStringLiteral("Green 515 nm"));
+
+        // Still on its way: the old output is not shown again.
+        view()->setWavelengthSelectorCombo(0);
+        QCOMPARE(selector->currentText(), QStringLiteral("Green 515 nm"));
+        // Arrived; from here on the panel follows the module again.
+        view()->setWavelengthSelectorCombo(1);
+        QCOMPARE(selector->currentText(), QStringLiteral("Green 515 nm"));
+        view()->setWavelengthSelectorCombo(2);
+        QCOMPARE(selector->currentText(), QStringLiteral("UV 343 nm"));
+        QCOMPARE(energy->scale(0)->name(), QStringLiteral("UV Energy control"));
+        QCOMPARE(emitted(), QStringList());
+    }
+
+    void energyControlIsNamedAfterTheWavelength_data()
+    {
+        QTest::addColumn<int>("reported");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("none yet") << -1 << "IR Energy control";
+        QTest::newRow("IR") << 0 << "IR Energy control";
+        QTest::newRow("Green") << 1 << "Green Energy control";
+        QTest::newRow("UV") << 2 << "UV Energy control";
+        QTest::newRow("DUV") << 3 << "DUV Energy control";
+    }
+
+    void energyControlIsNamedAfterTheWavelength()
+    {
+        QFETCH(int, reported);
+        auto *energy = child<ComboSlider>(view(), QStringLiteral("energySlider"));
+        view()->setWavelengthSelectorCombo(1);
+        view()->setWavelengthSelectorCombo(reported);
+        QTEST(energy->scale(0)->name(), "name");
+        // The name on screen is the one the slider shows for its scale.
+        bool shown = false;
+        for (QLabel *label : energy->findChildren<QLabel *>()) {
+            shown = shown || label->text() == energy->scale(0)->name();
+        }
+        for (QComboBox *box : energy->findChildren<QComboBox *>()) {
+            shown = shown || box->currentText() == energy->scale(0)->name();
+        }
+        QVERIFY(shown);
+    }
+
+    void aomEnergyLevelSaysWhatWasSent()
+    {
+        auto *save = child<Button>(view(), QStringLiteral("dynamicWlsSaveButton"));
+        auto *status = child<QLabel>(view(), QStringLiteral("dynamicWlsSaveStatus"));
+        QVERIFY2(status, "nothing on the panel says what the button sent");
+        view()->setDynamicWavelengthFeatureVisibility(true);
+        view()->setWavelengthSelectorCombo(1);
+        view()->setPowerSetpoint_uJ(12.5);
+        QCOMPARE(status->text(), QString());
+        QTest::mouseClick(save, Qt::LeftButton);
+        QCOMPARE(emitted(), QStringList{"dynamicWLS_SaveSetpoint(1,12.5)"});
+        QVERIFY(status->isVisible());
+        QCOMPARE(status->text(), QStringLiteral("Sent: Green 515 nm AOM energy level 12.50 µJ"));
+        // Another wavelength's report is not the answer.
+        view()->setDynamicWLS_IR_uJ(3.0);
+        QCOMPARE(status->text(), QStringLiteral("Sent: Green 515 nm AOM energy level 12.50 µJ"));
+        view()->setDynamicWLS_Green_uJ(12.5);
+        QCOMPARE(status->text(),
+                 QStringLiteral("The module holds Green 515 nm AOM energy level 12.50 µJ"));
+    }
+
+    void sideWavelengthNamesTheOnlyWavelength_data()
+    {
+        QTest::addColumn<bool>("entry0");
+        QTest::addColumn<bool>("entry1");
+        QTest::addColumn<bool>("entry2");
+        QTest::addColumn<QString>("fixed");
+        QTest::newRow("no choice offered") << false << false << false << "1030 nm";
+        QTest::newRow("515 only") << false << true << false << "515 nm";
+        QTest::newRow("343 only") << true << false << false << "343 nm";
+        QTest::newRow("a choice") << true << true << true << QString();
+    }
+
+    void sideWavelengthNamesTheOnlyWavelength()
+    {
+        QFETCH(bool, entry0);
+        QFETCH(bool, entry1);
+        QFETCH(bool, entry2);
+        QFETCH(QString, fixed);
+        auto *side = child<ComboBox>(view(), QStringLiteral("sideWavelengthCombo"));
+        auto *value = child<QLabel>(view(), QStringLiteral("sideWavelengthFixed"));
+        QVERIFY2(value, "the side panel has no place for a fixed wavelength");
+        // The firmware check resets the choice first and then offers the firmware's own.
+        view()->enableWavelengths(false, false, false);
+        view()->enableWavelengths(entry0, entry1, entry2);
+        if (fixed.isEmpty()) {
+            QVERIFY(side->isVisible());
+            QVERIFY(side->isEnabled());
+            QVERIFY(!value->isVisible());
+            QCOMPARE(side->currentIndex(), -1);
+            QCOMPARE(side->placeholderText(), QStringLiteral("not reported"));
+            // The operator's choice is what the box shows from then on.
+            pick(side, 1);
+            QCOMPARE(emitted(), QStringList{"wavelengthChanged(1)"});
+            QCOMPARE(side->currentText(), QStringLiteral("515 nm"));
+        } else {
+            QVERIFY(value->isVisible());
+            QVERIFY(!side->isVisible());
+            QCOMPARE(value->text(), fixed);
+            QCOMPARE(side->currentText(), fixed);
+            QVERIFY(!side->isEnabled());
+        }
+        QCOMPARE(emitted(), QStringList());
     }
 
     void saveButtonNeedsAKnownWavelength()

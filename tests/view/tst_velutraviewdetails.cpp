@@ -668,6 +668,42 @@ private slots:
         warningDialog(*view)->close();
     }
 
+    void acknowledgedWarningOpensAgainWhenItComesBack()
+    {
+        auto view = makeShown();
+        const QString shutter = QStringLiteral("Shutter in wrong position");
+        for (int showing = 0; showing < 3; ++showing) {
+            view->setHGModuleWarning(shutter);
+            QPointer<Dialog> dialog = warningDialog(*view);
+            QVERIFY(dialog);
+            QTRY_VERIFY(dialog->isVisible());
+            QCOMPARE(warningText(*view), shutter);
+            // Repeats while it is shown are counted in the same dialog.
+            view->setHGModuleWarning(shutter);
+            QCOMPARE(warningText(*view), shutter + QStringLiteral(" (repeated 1 times)"));
+            auto *ok = dialog->findChild<Button *>(QStringLiteral("hgModuleWarningOkButton"));
+            QVERIFY(ok);
+            QTest::mouseClick(ok, Qt::LeftButton);
+            QVERIFY(!dialog || !dialog->isVisible());
+            // The module says it again at once, before the acknowledged window is gone.
+            view->setHGModuleWarning(shutter);
+            QPointer<Dialog> again;
+            const QList<Dialog *> dialogs
+                    = view->findChildren<Dialog *>(QStringLiteral("hgModuleWarningDialog"));
+            for (Dialog *candidate : dialogs) {
+                if (candidate->isVisible()) {
+                    again = candidate;
+                }
+            }
+            QVERIFY2(again, "no warning dialog after the warning came back");
+            QCOMPARE(again->findChild<QLabel *>(QStringLiteral("hgModuleWarningText"))->text(),
+                     shutter);
+            QTest::mouseClick(again->findChild<Button *>(QStringLiteral("hgModuleWarningOkButton")),
+                              Qt::LeftButton);
+            QTRY_VERIFY(again.isNull());
+        }
+    }
+
     void endlessDistinctWarningsKeepOnlyTheNewest()
     {
         auto view = makeShown();
