@@ -72,9 +72,9 @@ struct SeriesLook
 // wavelength as far as a screen allows.
 const SeriesLook s_looks[] = {
         {"Measured power IR", 0x8b0000, false}, {"Measured power green", 0x1a9641, false},
-        {"Measured power UV", 0x6a3d9a, false}, {"Oven 1 set-point", 0xb2182b, true},
-        {"Oven 1 actual", 0xe34a33, false},     {"Oven 2 set-point", 0x2166ac, true},
-        {"Oven 2 actual", 0x4393c3, false},     {"Humidity", 0x01665e, false},
+        {"Measured power UV", 0x6a3d9a, false}, {"SHG oven set-point", 0xb2182b, true},
+        {"SHG oven actual", 0xe34a33, false},   {"THG oven set-point", 0x2166ac, true},
+        {"THG oven actual", 0x4393c3, false},   {"Humidity", 0x01665e, false},
         {"Temperature 1", 0x8c510a, false},     {"Temperature 2", 0xbf812d, false},
         {"Temperature 3", 0x35978f, false},     {"Temperature 4", 0x80cdc1, false},
         {"Temperature 5", 0x762a83, false},     {"Temperature 6", 0x9970ab, false},
