@@ -15,7 +15,7 @@ namespace {
 constexpr int s_sidePanelWidth = 270;
 // Where the whole tab titles do not fit beside the full side panel (a 1366 px laptop screen
 // with the log docked beside the panel), the side panel gives up this much of its width.
-constexpr int s_compactSidePanelWidth = 214;
+constexpr int s_compactSidePanelWidth = 240;
 constexpr int s_pageMargin = 10;
 
 QScrollArea *makeScrollFrame(QWidget *content, QWidget *parent)

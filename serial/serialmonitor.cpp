@@ -176,6 +176,17 @@ SerialMonitor::~SerialMonitor()
     delete m_ui;
 }
 
+QSize SerialMonitor::sizeHint() const
+{
+    const QPlainTextEdit *view = m_ui->plainTextEditTraffic;
+    const int frame = 2 * view->frameWidth() + view->horizontalScrollBar()->sizeHint().height()
+                      + 2 * int(view->document()->documentMargin());
+    const int traffic = PreferredVisibleLines * view->fontMetrics().lineSpacing() + frame;
+    const QSize whole = QWidget::sizeHint();
+    return QSize(whole.width(), whole.height() - view->sizeHint().height()
+                                        + qMax(traffic, view->sizeHint().height()));
+}
+
 QString SerialMonitor::formatTrafficLine(const QString &tag, const QString &direction,
                                          const QByteArray &bytes)
 {

@@ -37,8 +37,14 @@ public:
     // may hold up to this many; beyond it the oldest go even from under the operator's eyes.
     static constexpr int MaximumHeldLines = 2 * MaximumLines;
 
+    // What a docked monitor shows at first: a typed command and its reply among the polling
+    // of a turn or two.
+    static constexpr int PreferredVisibleLines = 12;
+
     explicit SerialMonitor(QWidget *parent = nullptr);
     ~SerialMonitor() override;
+
+    QSize sizeHint() const override;
 
     // One traffic line as HTML: the tag, the direction mark, the bytes as text
     // (up to the first zero byte, escaped) and a hexadecimal dump of all of them.
