@@ -638,15 +638,15 @@ QImage TrendsPage::plotImage(QStringList *texts) const
     area.setAttribute(Qt::WA_DontShowOnScreen);
     const QVector<Plot> plots = buildPlots(&area);
     area.resize(ExportSize);
-    area.layout()->activate();
-    for (const Plot &plot : plots) {
-        // The chart lays itself out when its view's size is known.
-        QResizeEvent resize(plot.view->size(), QSize());
-        QCoreApplication::sendEvent(plot.view, &resize);
+    // Shown, though never on a screen: only a shown view lays its chart out.
+    area.show();
+    // Twice: the first pass gives each chart its plot area, the second fits the ticks and
+    // the decimation to it.
+    for (int pass = 0; pass < 2; ++pass) {
+        QCoreApplication::sendPostedEvents();
+        drawPlots(plots);
     }
-    // Twice: the first pass gives each chart its plot area, the second decimates to it.
-    drawPlots(plots);
-    drawPlots(plots);
+    QCoreApplication::sendPostedEvents();
     QImage image(ExportSize, QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter painter(&image);

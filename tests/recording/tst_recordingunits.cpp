@@ -186,6 +186,8 @@ private slots:
     void trendsPageZoomLeavesLiveAndLiveReturns();
     void trendsPageRestsWhileMinimized();
     void trendsPageReadsUnderTheCursorAndPansByDrag();
+    void exportIsFullSizeWhateverTheDock_data();
+    void exportIsFullSizeWhateverTheDock();
 
 private:
     QTemporaryDir m_dir;
@@ -876,6 +878,60 @@ void TestRecordingUnits::trendsPageReadsUnderTheCursorAndPansByDrag()
     QVERIFY2(qAbs(page.rangeStart() - (start + 150000)) <= pixel,
              qPrintable(QString::number(page.rangeStart() - start)));
     QCOMPARE(page.rangeEnd() - page.rangeStart(), TrendsPage::WindowsMs[0]);
+}
+
+// The page docked as a strip, or as a floating window: the exported picture is the same full
+// size, with every axis label and title written whole.
+void TestRecordingUnits::exportIsFullSizeWhateverTheDock_data()
+{
+    QTest::addColumn<QSize>("pageSize");
+    QTest::newRow("docked strip") << QSize(1300, 230);
+    QTest::newRow("small floating") << QSize(520, 420);
+    QTest::newRow("large") << QSize(1800, 900);
+}
+
+void TestRecordingUnits::exportIsFullSizeWhateverTheDock()
+{
+    QFETCH(QSize, pageSize);
+    TrendsModel model(RecordedQuantities::trendIndexes().size(), 3600);
+    TrendsPage page(&model);
+    page.resize(pageSize);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    const qint64 start = QDateTime::currentMSecsSinceEpoch() - 300000;
+    QVector<float> row(model.seriesCount(), std::numeric_limits<float>::quiet_NaN());
+    for (int i = 0; i < 300; ++i) {
+        row[seriesOf("SHG oven actual")] = 24.5f + 125.5f * (1.0f - std::exp(-float(i) / 40.0f));
+        row[seriesOf("Humidity")] = 8.0f + float(i % 3);
+        row[seriesOf("Measured power IR")] = 1.5f;
+        model.append(start + qint64(i) * 1000, row);
+    }
+    page.redraw();
+
+    const QString png = m_dir.filePath(QStringLiteral("export-%1.png").arg(pageSize.width()));
+    QVERIFY(page.exportPlot(png));
+    const QImage image(png);
+    QCOMPARE(image.size(), TrendsPage::ExportSize);
+    QStringList texts;
+    QCOMPARE(page.plotImage(&texts).size(), TrendsPage::ExportSize);
+    for (const QString &unit :
+         {QStringLiteral("°C"), QStringLiteral("% RH"), QStringLiteral("W")}) {
+        QVERIFY2(texts.contains(unit), qPrintable(texts.join(QStringLiteral(" | "))));
+    }
+    QVERIFY2(texts.size() > 20, qPrintable(texts.join(QStringLiteral(" | "))));
+    for (const QString &text : qAsConst(texts)) {
+        QVERIFY2(!text.contains(QStringLiteral("...")) && !text.contains(QChar(0x2026)),
+                 qPrintable(texts.join(QStringLiteral(" | "))));
+    }
+    // The time labels say the time.
+    QVERIFY(texts.filter(QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d$"))).size() >= 3);
+    const QString folder = qEnvironmentVariable("VELUTRA_SCREENSHOT_DIR");
+    if (!folder.isEmpty()) {
+        image.save(QStringLiteral("%1/trends-export-from-%2x%3.png")
+                           .arg(folder)
+                           .arg(pageSize.width())
+                           .arg(pageSize.height()));
+    }
 }
 
 QTEST_MAIN(TestRecordingUnits)
