@@ -259,28 +259,18 @@ void MainWindow::restoreMainWindowState()
 {
     const QSettings settings = windowSettings();
     const QByteArray geometry = settings.value(QString::fromLatin1(GeometryKey)).toByteArray();
-    if (geometry.isEmpty() || !restoreGeometry(geometry)) {
-        resize(1280, 760);
-    }
     const QByteArray state = settings.value(QString::fromLatin1(WindowStateKey)).toByteArray();
-    if (state.isEmpty() || !restoreState(state)) {
-        // First start: the docks take only what they need, so the control panel gets the room
-        // it needs at 1366x768 (its six tabs, side panel and state buttons side by side).
-        QList<QDockWidget *> rightDocks;
-        QList<QDockWidget *> bottomDocks;
-        const QList<QDockWidget *> docks = findChildren<QDockWidget *>();
-        for (QDockWidget *dock : docks) {
-            if (dockWidgetArea(dock) == Qt::RightDockWidgetArea) {
-                rightDocks.append(dock);
-            } else if (dockWidgetArea(dock) == Qt::BottomDockWidgetArea) {
-                bottomDocks.append(dock);
-            }
-        }
-        resizeDocks(rightDocks, QVector<int>(rightDocks.size(), FirstStartSideDockWidth).toList(),
-                    Qt::Horizontal);
-        resizeDocks(bottomDocks,
-                    QVector<int>(bottomDocks.size(), FirstStartBottomDockHeight).toList(),
-                    Qt::Vertical);
+    const bool geometryRestored = !geometry.isEmpty() && restoreGeometry(geometry);
+    const bool stateRestored = !state.isEmpty() && restoreState(state);
+    if (geometryRestored && stateRestored) {
+        return;
+    }
+    // First start: the window takes the screen it opens on, the docks only what they need,
+    // and the control panel the rest.
+    const QRect available = availableScreenArea();
+    fitToScreen(available, FirstStartSideDockWidth, FirstStartBottomDockHeight);
+    if (isSmallScreen(available.size())) {
+        setWindowState(windowState() | Qt::WindowMaximized);
     }
 }
 

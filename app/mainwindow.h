@@ -51,7 +51,7 @@ public:
     static constexpr int LinkRecoveryMs = 12000;
     // Dock sizes of the very first start, before the operator has arranged anything.
     static constexpr int FirstStartSideDockWidth = 220;
-    static constexpr int FirstStartBottomDockHeight = 200;
+    static constexpr int FirstStartBottomDockHeight = 290;
     // ---- Recording (mainwindow_recording.cpp) ----
     // What the Recording menu does once a file is chosen (command line --traffic-log, --record).
     bool startTrafficLog(const QString &path);

@@ -19,6 +19,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QStatusBar>
@@ -63,17 +64,26 @@ void MainWindow::setupRecording()
     menu->setObjectName(QStringLiteral("recordingMenu"));
     menuBar()->insertMenu(m_windowMenu->menuAction(), menu);
 
-    m_recordValuesAction = menu->addAction(tr("Record values…"));
-    m_recordValuesAction->setObjectName(QStringLiteral("recordValuesAction"));
-    m_recordValuesAction->setCheckable(true);
+    // Start opens a file dialog (hence the dots), Stop ends what runs; each is offered only
+    // when it can do something.
+    m_recordValuesAction = menu->addAction(tr("Start recording values…"));
+    m_recordValuesAction->setObjectName(QStringLiteral("startValueRecordingAction"));
     m_recordValuesAction->setStatusTip(tr("Write every value the laser reports to a CSV file"));
-    connect(m_recordValuesAction, &QAction::triggered, this, &MainWindow::chooseValueRecording);
+    connect(m_recordValuesAction, &QAction::triggered, this,
+            [this] { chooseValueRecording(true); });
+    QAction *stopValues = menu->addAction(tr("Stop recording values"));
+    stopValues->setObjectName(QStringLiteral("stopValueRecordingAction"));
+    stopValues->setEnabled(false);
+    connect(stopValues, &QAction::triggered, this, [this] { chooseValueRecording(false); });
 
-    m_recordTrafficAction = menu->addAction(tr("Record traffic…"));
-    m_recordTrafficAction->setObjectName(QStringLiteral("recordTrafficAction"));
-    m_recordTrafficAction->setCheckable(true);
+    m_recordTrafficAction = menu->addAction(tr("Start recording traffic…"));
+    m_recordTrafficAction->setObjectName(QStringLiteral("startTrafficLogAction"));
     m_recordTrafficAction->setStatusTip(tr("Append every line sent and received to a text file"));
-    connect(m_recordTrafficAction, &QAction::triggered, this, &MainWindow::chooseTrafficLog);
+    connect(m_recordTrafficAction, &QAction::triggered, this, [this] { chooseTrafficLog(true); });
+    QAction *stopTraffic = menu->addAction(tr("Stop recording traffic"));
+    stopTraffic->setObjectName(QStringLiteral("stopTrafficLogAction"));
+    stopTraffic->setEnabled(false);
+    connect(stopTraffic, &QAction::triggered, this, [this] { chooseTrafficLog(false); });
 
     menu->addSeparator();
     QAction *interval = menu->addAction(tr("Recording interval…"));
@@ -88,17 +98,35 @@ void MainWindow::setupRecording()
     showTrends->setObjectName(QStringLiteral("showTrendsAction"));
     menu->addAction(showTrends);
 
+    // In the status bar for as long as anything records: a file growing unnoticed for a
+    // weekend is the one thing recording must not do.
+    auto *valuesIndicator = new QLabel(statusBar());
+    valuesIndicator->setObjectName(QStringLiteral("valueRecordingIndicator"));
+    valuesIndicator->hide();
+    statusBar()->addPermanentWidget(valuesIndicator);
+    auto *trafficIndicator = new QLabel(statusBar());
+    trafficIndicator->setObjectName(QStringLiteral("trafficLogIndicator"));
+    trafficIndicator->hide();
+    statusBar()->addPermanentWidget(trafficIndicator);
+
     connect(values, &ValueRecorder::sigRecordingChanged, this,
-            [this](bool recording, const QString &fileName) {
-                m_recordValuesAction->setChecked(recording);
-                m_recordValuesAction->setToolTip(fileName);
-                if (recording) {
-                    statusBar()->showMessage(tr("Recording values to %1").arg(fileName), 5000);
-                }
+            [this, stopValues, valuesIndicator](bool recording, const QString &fileName) {
+                m_recordValuesAction->setEnabled(!recording);
+                stopValues->setEnabled(recording);
+                valuesIndicator->setVisible(recording);
+                valuesIndicator->setText(
+                        recording ? tr("● Recording values: %1").arg(QFileInfo(fileName).fileName())
+                                  : QString());
+                valuesIndicator->setToolTip(fileName);
             });
     connect(trafficLog, &TrafficLogWriter::sigStatusChanged, this,
-            [this](bool recording, const QString &text) {
-                m_recordTrafficAction->setChecked(recording);
+            [this, stopTraffic, trafficIndicator](bool recording, const QString &text) {
+                m_recordTrafficAction->setEnabled(!recording);
+                stopTraffic->setEnabled(recording);
+                trafficIndicator->setVisible(recording);
+                trafficIndicator->setText(recording ? tr("● Recording traffic: %1").arg(text)
+                                                    : QString());
+                trafficIndicator->setToolTip(m_recording->trafficLog()->fileName());
                 if (m_serialMonitor) {
                     m_serialMonitor->setTrafficLogStatus(recording, text);
                 }
@@ -140,9 +168,8 @@ void MainWindow::chooseTrafficLog(bool record)
             this, tr("Record traffic to file"), suggestedPath("traffic", "log"),
             tr("Traffic log (*.log *.txt)"), nullptr,
             QFileDialog::DontConfirmOverwrite | QFileDialog::DontUseNativeDialog);
-    // Cancelled or failed: the box and the menu entry go back to what is true.
+    // Cancelled or failed: the monitor's box goes back to what is true.
     if (path.isEmpty() || !trafficLog->start(path)) {
-        m_recordTrafficAction->setChecked(trafficLog->isRecording());
         if (m_serialMonitor) {
             m_serialMonitor->setTrafficLogStatus(trafficLog->isRecording(),
                                                  trafficLog->statusText());
@@ -160,8 +187,8 @@ void MainWindow::chooseValueRecording(bool record)
     const QString path = QFileDialog::getSaveFileName(
             this, tr("Record values"), suggestedPath("values", "csv"), tr("CSV file (*.csv)"),
             nullptr, QFileDialog::DontConfirmOverwrite | QFileDialog::DontUseNativeDialog);
-    if (path.isEmpty() || !values->startFile(path)) {
-        m_recordValuesAction->setChecked(values->isRecording());
+    if (!path.isEmpty()) {
+        values->startFile(path);
     }
 }
 
@@ -180,6 +207,9 @@ void MainWindow::chooseRecordingInterval()
 
 void MainWindow::chooseRecordingFolder()
 {
+    // A folder that does not exist yet would open the dialog somewhere else, with nothing
+    // to choose: the folder the recordings go to is made first.
+    QDir().mkpath(RecordingSettings::folder());
     const QString folder = QFileDialog::getExistingDirectory(
             this, tr("Recording folder"), RecordingSettings::folder(),
             QFileDialog::ShowDirsOnly | QFileDialog::DontUseNativeDialog);

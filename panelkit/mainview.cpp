@@ -13,6 +13,10 @@
 namespace {
 
 constexpr int s_sidePanelWidth = 270;
+// Where the whole tab titles do not fit beside the full side panel (a 1366 px laptop screen
+// with the log docked beside the panel), the side panel gives up this much of its width.
+constexpr int s_compactSidePanelWidth = 240;
+constexpr int s_pageMargin = 10;
 
 QScrollArea *makeScrollFrame(QWidget *content, QWidget *parent)
 {
@@ -51,15 +55,16 @@ MainView::MainView(QWidget *parent)
     sideFrame->setObjectName(QStringLiteral("panelSideFrame"));
     sideFrame->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     sideFrame->setFixedWidth(s_sidePanelWidth);
+    m_sideFrame = sideFrame;
 
     m_tabs = new QTabBar(this);
     m_tabs->setObjectName(QStringLiteral("panelTabs"));
     m_tabs->setExpanding(false);
     m_tabs->setFocusPolicy(Qt::StrongFocus);
-    // In a narrow window every page stays one click away: titles shorten instead of tabs
-    // scrolling out of sight.
-    m_tabs->setUsesScrollButtons(false);
-    m_tabs->setElideMode(Qt::ElideRight);
+    // The titles are read whole: where they do not fit even beside a narrower side panel,
+    // the bar scrolls rather than cutting them short.
+    m_tabs->setUsesScrollButtons(true);
+    m_tabs->setElideMode(Qt::ElideNone);
     m_stack = new QStackedWidget(this);
     m_stack->setObjectName(QStringLiteral("panelPages"));
     m_noPage = new QLabel(tr("No page is available"), m_stack);
@@ -67,7 +72,7 @@ MainView::MainView(QWidget *parent)
     m_noPage->setProperty("type", QStringLiteral("label"));
     m_stack->addWidget(m_noPage);
     auto *pageColumn = new QVBoxLayout;
-    pageColumn->setContentsMargins(10, 8, 10, 0);
+    pageColumn->setContentsMargins(s_pageMargin, 8, s_pageMargin, 0);
     pageColumn->setSpacing(0);
     pageColumn->addWidget(m_tabs);
     pageColumn->addWidget(m_stack, 1);
@@ -99,6 +104,23 @@ MainView::MainView(QWidget *parent)
     auto *previous = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_PageUp), this);
     previous->setContext(Qt::WidgetWithChildrenShortcut);
     connect(previous, &QShortcut::activated, this, [this] { stepPage(-1); });
+}
+
+void MainView::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitSidePanel();
+}
+
+void MainView::fitSidePanel()
+{
+    const int remote = m_remoteColumn->isVisibleTo(this) ? m_remoteColumn->sizeHint().width() : 0;
+    const int tabsRoom = width() - s_sidePanelWidth - remote - 2 * s_pageMargin;
+    const int sideWidth
+            = tabsRoom >= m_tabs->sizeHint().width() ? s_sidePanelWidth : s_compactSidePanelWidth;
+    if (m_sideFrame->width() != sideWidth) {
+        m_sideFrame->setFixedWidth(sideWidth);
+    }
 }
 
 MainView::~MainView()
@@ -189,6 +211,7 @@ void MainView::setRemoteControlWidget(QWidget *widget)
         widget->show();
     }
     m_remoteColumn->setVisible(widget != nullptr);
+    fitSidePanel();
 }
 
 void MainView::setControlPage(int index)
@@ -262,6 +285,7 @@ void MainView::syncTabs()
         m_tabs->setTabEnabled(i, m_pages.at(i).access);
         m_tabs->setTabVisible(i, m_pages.at(i).access);
     }
+    fitSidePanel();
     const int current = currentControlPage();
     if (current >= 0) {
         m_tabs->setCurrentIndex(current);

@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QLabel;
+class QResizeEvent;
 class QScrollArea;
 class QStackedWidget;
 class QTabBar;
@@ -53,6 +54,9 @@ public slots:
     void setControlPage(int index);
     void setSettingsPageAccess(int index, bool access);
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
     struct Page
     {
@@ -67,10 +71,13 @@ private:
     void showPage(int index);
     void syncTabs();
     int firstAccessiblePage() const;
+    // The side panel narrows where the whole tab titles would not fit beside it.
+    void fitSidePanel();
 
     QLabel *m_tinyHeaderLabel = nullptr;
     QLabel *m_headerLabel = nullptr;
     QWidget *m_sidePanel = nullptr;
+    QScrollArea *m_sideFrame = nullptr;
     QTabBar *m_tabs = nullptr;
     QStackedWidget *m_stack = nullptr;
     QLabel *m_noPage = nullptr;

@@ -12,7 +12,16 @@ using S = Source;
 using F = Format;
 using T = TrendGroup;
 
-// Units are the ones the control panel shows the value in.
+// The status record carries ten temperature channels whatever the laser has; one it does
+// not have reads 0.00 with set-point and limits 0.00.
+#define TEMPERATURE_LIMITS(channel) \
+    { \
+        "sigfTemperature_set_" #channel "Changed", "sigfTemperature_min_" #channel "Changed", \
+                "sigfTemperature_max_" #channel "Changed" \
+    }
+
+// Units are the ones the control panel shows the value in. The ovens are named as on the
+// panel.
 const QVector<Quantity> s_quantities = {
         {"Operating state", "", S::Decoder, "sigSystemStateChanged", F::StateName, T::None},
         {"Status word", "", S::Decoder, "siguiTmpChar2Changed", F::Integer, T::None},
@@ -36,37 +45,41 @@ const QVector<Quantity> s_quantities = {
         {"Repetition rate", "kHz", S::Controller, "setRepRate", F::Number, T::None},
         {"Division factor", "", S::Decoder, "sigDivisionFactorChanged", F::Integer, T::None},
         {"Output repetition rate", "kHz", S::Controller, "setOutputRepRate", F::Number, T::None},
-        {"Oven 1 set-point", "°C", S::Decoder, "sigOven1TempSettingChanged", F::Number,
+        {"SHG oven set-point", "°C", S::Decoder, "sigOven1TempSettingChanged", F::Number,
          T::Temperature},
-        {"Oven 1 actual", "°C", S::Decoder, "sigOven1TempActualChanged", F::Number, T::Temperature},
-        {"Oven 2 set-point", "°C", S::Decoder, "sigOven2TempSettingChanged", F::Number,
+        {"SHG oven actual", "°C", S::Decoder, "sigOven1TempActualChanged", F::Number,
          T::Temperature},
-        {"Oven 2 actual", "°C", S::Decoder, "sigOven2TempActualChanged", F::Number, T::Temperature},
+        {"THG oven set-point", "°C", S::Decoder, "sigOven2TempSettingChanged", F::Number,
+         T::Temperature},
+        {"THG oven actual", "°C", S::Decoder, "sigOven2TempActualChanged", F::Number,
+         T::Temperature},
         {"Humidity", "%", S::Decoder, "sigHumidityActualChanged", F::Integer, T::Humidity},
         {"Temperature 1", "°C", S::Decoder, "sigfTemperature_actual_1Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(1)},
         {"Temperature 2", "°C", S::Decoder, "sigfTemperature_actual_2Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(2)},
         {"Temperature 3", "°C", S::Decoder, "sigfTemperature_actual_3Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(3)},
         {"Temperature 4", "°C", S::Decoder, "sigfTemperature_actual_4Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(4)},
         {"Temperature 5", "°C", S::Decoder, "sigfTemperature_actual_5Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(5)},
         {"Temperature 6", "°C", S::Decoder, "sigfTemperature_actual_6Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(6)},
         {"Temperature 7", "°C", S::Decoder, "sigfTemperature_actual_7Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(7)},
         {"Temperature 8", "°C", S::Decoder, "sigfTemperature_actual_8Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(8)},
         {"Temperature 9", "°C", S::Decoder, "sigfTemperature_actual_9Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(9)},
         {"Temperature 10", "°C", S::Decoder, "sigfTemperature_actual_10Changed", F::Number,
-         T::Temperature},
+         T::Temperature, TEMPERATURE_LIMITS(10)},
         {"Crystal spot", "", S::Decoder, "sigHGCrystalCurSpotChanged", F::Integer, T::None},
         {"Crystal spot runtime", "s", S::Decoder, "sigHGCrystalCurRuntimeChanged", F::Integer,
          T::None},
 };
+
+#undef TEMPERATURE_LIMITS
 
 // Names as the device's state lines spell the states.
 const char *const s_stateNames[] = {

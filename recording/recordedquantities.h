@@ -45,11 +45,15 @@ struct Quantity
     const char *signal;
     Format format;
     TrendGroup trend;
+    // For a channel the device may not have: signals (of the same source) that all read 0 for
+    // a channel that is not fitted. Its value is then not recorded, the device's 0.00 being
+    // no measurement. Empty for quantities every device reports.
+    const char *absentWhenZero[3] = {};
 };
 
 const QVector<Quantity> &all();
 int count();
-// "Oven 1 actual [°C]".
+// "SHG oven actual [°C]".
 QString header(int index);
 // The cell text for a value; NaN (never reported) is the empty cell.
 QString cellText(int index, double value);

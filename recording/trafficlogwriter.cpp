@@ -1,5 +1,7 @@
 #include "trafficlogwriter.h"
 
+#include "traffictag.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -152,7 +154,7 @@ void TrafficLogWriter::writeLine(const QString &tag, const char *direction, cons
     if (!m_file.isOpen()) {
         return;
     }
-    QByteArray line = tag.toLatin1();
+    QByteArray line = TrafficTag::withTimeOfDay(tag, QTime::currentTime()).toLatin1();
     line += ": ";
     line += direction;
     line += ' ';

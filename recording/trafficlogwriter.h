@@ -7,8 +7,8 @@
 #include <QString>
 
 // Appends the serial traffic to a plain-text file, one line per line on the wire, as it
-// happens: "<tag>: TX: <bytes>" or "<tag>: RX: <bytes>", with the tag and the direction mark
-// the serial monitor shows. Printable ASCII stands as it is; every other byte, and "[" so
+// happens: "<tag>: TX: <bytes>" or "<tag>: RX: <bytes>", with the tag (its time of day put
+// back, "COM3:14:31:07.042") and the direction mark the serial monitor shows. Printable ASCII stands as it is; every other byte, and "[" so
 // that the escape can be read back without doubt, is written as "[0Dh]", the monitor's
 // hexadecimal notation in brackets. Each line is flushed to the system before the next one,
 // so a crash loses nothing that was received.

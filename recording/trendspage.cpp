@@ -8,22 +8,27 @@
 #include "valuerecorder.h"
 
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGraphicsLayout>
+#include <QGraphicsScene>
+#include <QGraphicsTextItem>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPixmap>
+#include <QResizeEvent>
 #include <QStyle>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <QtCharts/QChart>
+#include <QtCharts/QChartView>
 #include <QtCharts/QDateTimeAxis>
 #include <QtCharts/QValueAxis>
 
@@ -40,8 +45,12 @@ namespace {
 static constexpr int RedrawDelayMs = 200;
 static constexpr double MinimumSpanMs = 10000.0;
 static constexpr double RangeMargin = 0.05;
+static constexpr double MinimumFlatMargin = 0.5;
 static constexpr int FallbackBins = 800;
 static constexpr int TimeTicks = 7;
+// Gaps kept between two value labels and between two time labels, in pixels.
+static constexpr int LabelGap = 12;
+static constexpr int TimeLabelGap = 24;
 // Qt's own dialog everywhere: the same on every desktop, and one a test can fill in.
 static constexpr QFileDialog::Options FileDialogOptions = QFileDialog::DontUseNativeDialog;
 
@@ -72,9 +81,9 @@ struct SeriesLook
 // wavelength as far as a screen allows.
 const SeriesLook s_looks[] = {
         {"Measured power IR", 0x8b0000, false}, {"Measured power green", 0x1a9641, false},
-        {"Measured power UV", 0x6a3d9a, false}, {"Oven 1 set-point", 0xb2182b, true},
-        {"Oven 1 actual", 0xe34a33, false},     {"Oven 2 set-point", 0x2166ac, true},
-        {"Oven 2 actual", 0x4393c3, false},     {"Humidity", 0x01665e, false},
+        {"Measured power UV", 0x6a3d9a, false}, {"SHG oven set-point", 0xb2182b, true},
+        {"SHG oven actual", 0xe34a33, false},   {"THG oven set-point", 0x2166ac, true},
+        {"THG oven actual", 0x4393c3, false},   {"Humidity", 0x01665e, false},
         {"Temperature 1", 0x8c510a, false},     {"Temperature 2", 0xbf812d, false},
         {"Temperature 3", 0x35978f, false},     {"Temperature 4", 0x80cdc1, false},
         {"Temperature 5", 0x762a83, false},     {"Temperature 6", 0x9970ab, false},
@@ -139,6 +148,12 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
     , m_redrawTimer(new QTimer(this))
 {
     setObjectName(QStringLiteral("TrendsPage"));
+    // The plots are white, made for a light page; the page stays light whatever the theme,
+    // docked or floating (a floating dock has no themed window behind it), and its own texts
+    // dark on it.
+    setAttribute(Qt::WA_StyledBackground);
+    setStyleSheet(QStringLiteral("QWidget#TrendsPage { background-color: #f7f7f4; } "
+                                 "QWidget#TrendsPage > QLabel { color: #202020; }"));
     m_redrawTimer->setSingleShot(true);
     m_redrawTimer->setInterval(RedrawDelayMs);
     connect(m_redrawTimer, &QTimer::timeout, this, &TrendsPage::redraw);
@@ -165,7 +180,10 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
     exportDataButton->setObjectName(QStringLiteral("exportDataButton"));
     exportDataButton->setText(tr("Export data…"));
     exportDataButton->setToolTip(tr("Save the shown series over the shown time as CSV"));
-    tools->addWidget(new QLabel(tr("Window:"), this));
+    auto *windowLabel = new QLabel(tr("Window:"), this);
+    windowLabel->setObjectName(QStringLiteral("windowLabel"));
+    windowLabel->setMinimumSize(windowLabel->sizeHint());
+    tools->addWidget(windowLabel);
     tools->addWidget(m_windowCombo);
     tools->addWidget(m_liveButton);
     tools->addStretch(1);
@@ -177,11 +195,18 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
 
     m_plotArea = new QWidget(this);
     m_plotArea->setObjectName(QStringLiteral("plotArea"));
-    buildPlots();
+    // One row of plots at their smallest: the dock can be made that low, never lower.
+    m_plotArea->setMinimumSize(MinimumPlotWidth, MinimumPlotHeight);
+    m_plots = buildPlots(m_plotArea);
+    m_plotLayout = qobject_cast<QBoxLayout *>(m_plotArea->layout());
+    connectPlots();
 
     m_readout = new QLabel(this);
     m_readout->setObjectName(QStringLiteral("readout"));
-    m_readout->setWordWrap(true);
+    // One line that never takes height from the plots nor widens the page: the values of
+    // the plot under the cursor, and all of them in the tool tip.
+    m_readout->setWordWrap(false);
+    m_readout->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     m_readout->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_readout->setText(tr("Point at a plot to read its values."));
 
@@ -230,9 +255,10 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
     goLive();
 }
 
-void TrendsPage::buildPlots()
+QVector<TrendsPage::Plot> TrendsPage::buildPlots(QWidget *area) const
 {
-    auto *layout = new QVBoxLayout(m_plotArea);
+    QVector<Plot> plots;
+    auto *layout = new QBoxLayout(QBoxLayout::TopToBottom, area);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     for (const PlotKind &kind : s_plotKinds) {
@@ -247,8 +273,7 @@ void TrendsPage::buildPlots()
         plot.timeAxis = new QDateTimeAxis(plot.chart);
         plot.timeAxis->setTickCount(TimeTicks);
         plot.valueAxis = new QValueAxis(plot.chart);
-        // The unit tells the plots apart; a chart title would cost each plot a line of height,
-        // and a longer axis title does not fit beside the short humidity plot.
+        // The unit tells the plots apart; a chart title would cost each plot a line of height.
         plot.valueAxis->setTitleText(QString::fromUtf8(kind.unit));
         plot.chart->setToolTip(QString::fromUtf8(kind.title));
         plot.valueAxis->setTickCount(kind.ticks);
@@ -256,13 +281,11 @@ void TrendsPage::buildPlots()
         plot.chart->addAxis(plot.timeAxis, Qt::AlignBottom);
         plot.chart->addAxis(plot.valueAxis, Qt::AlignLeft);
         plot.lines = new TrendLinesItem(plot.chart, plot.timeAxis, plot.valueAxis);
-        plot.view = new TrendChartView(plot.chart, m_plotArea);
-        plot.view->setMinimumHeight(50);
-        connect(plot.view, &TrendChartView::sigZoomRequested, this, &TrendsPage::onZoom);
-        connect(plot.view, &TrendChartView::sigPanRequested, this, &TrendsPage::onPan);
-        connect(plot.view, &TrendChartView::sigCursorMoved, this, &TrendsPage::onCursor);
-        layout->addWidget(plot.view, kind.stretch);
-        m_plots.append(plot);
+        plot.view = new TrendChartView(plot.chart, area);
+        plot.view->setMinimumSize(MinimumPlotWidth / 2, MinimumPlotHeight / 2);
+        // Equal shares: the humidity plot is read as much as the others.
+        layout->addWidget(plot.view, 1);
+        plots.append(plot);
     }
     for (int series = 0; series < RecordedQuantities::trendIndexes().size(); ++series) {
         const RecordedQuantities::Quantity &quantity = quantityOfSeries(series);
@@ -279,9 +302,66 @@ void TrendsPage::buildPlots()
         pen.setWidth(1);
         pen.setCosmetic(true);
         pen.setStyle(look.dashed ? Qt::DashLine : Qt::SolidLine);
-        m_plotOfSeries.append(plotIndex);
-        m_lineOfSeries.append(m_plots.at(plotIndex).lines->addLine(pen));
+        plots.at(plotIndex).lines->addLine(pen);
     }
+    return plots;
+}
+
+void TrendsPage::connectPlots()
+{
+    for (int series = 0; series < RecordedQuantities::trendIndexes().size(); ++series) {
+        const RecordedQuantities::Quantity &quantity = quantityOfSeries(series);
+        int plotIndex = 0;
+        for (int i = 0; i < int(std::size(s_plotKinds)); ++i) {
+            if (s_plotKinds[i].group == quantity.trend) {
+                plotIndex = i;
+            }
+        }
+        m_plotOfSeries.append(plotIndex);
+        m_lineOfSeries.append(
+                int(std::count(m_plotOfSeries.cbegin(), m_plotOfSeries.cend(), plotIndex)) - 1);
+    }
+    for (const Plot &plot : qAsConst(m_plots)) {
+        connect(plot.view, &TrendChartView::sigZoomRequested, this, &TrendsPage::onZoom);
+        connect(plot.view, &TrendChartView::sigPanRequested, this, &TrendsPage::onPan);
+        connect(plot.view, &TrendChartView::sigCursorMoved, this, &TrendsPage::onCursor);
+    }
+}
+
+void TrendsPage::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    arrangePlots();
+    // An axis whose range stays the same keeps the labels it shortened for the size it had
+    // before; laid out afresh, it writes them whole.
+    QTimer::singleShot(0, this, [this] {
+        for (const Plot &plot : qAsConst(m_plots)) {
+            plot.chart->layout()->invalidate();
+        }
+    });
+}
+
+void TrendsPage::arrangePlots()
+{
+    // The plot area's height once the tools and the readout have theirs.
+    const int height = this->height() - (sizeHint().height() - m_plotArea->sizeHint().height());
+    const int plotCount = int(m_plots.size());
+    const QBoxLayout::Direction direction = height >= plotCount * MinimumPlotHeight
+                                                    ? QBoxLayout::TopToBottom
+                                                    : QBoxLayout::LeftToRight;
+    if (m_plotLayout->direction() != direction) {
+        m_plotLayout->setDirection(direction);
+    }
+}
+
+int TrendsPage::plotAt(const QObject *view) const
+{
+    for (int i = 0; i < m_plots.size(); ++i) {
+        if (m_plots.at(i).view == view) {
+            return i;
+        }
+    }
+    return -1;
 }
 
 bool TrendsPage::isLive() const
@@ -373,15 +453,20 @@ void TrendsPage::redraw()
         m_start = end - WindowsMs[m_windowCombo->currentIndex()];
         m_end = end;
     }
-    QVector<double> low(m_plots.size(), std::numeric_limits<double>::infinity());
-    QVector<double> high(m_plots.size(), -std::numeric_limits<double>::infinity());
+    drawPlots(m_plots);
+}
+
+void TrendsPage::drawPlots(const QVector<Plot> &plots) const
+{
+    QVector<double> low(plots.size(), std::numeric_limits<double>::infinity());
+    QVector<double> high(plots.size(), -std::numeric_limits<double>::infinity());
     QVector<QVector<QPointF>> pending(m_plotOfSeries.size());
     for (int series = 0; series < m_plotOfSeries.size(); ++series) {
         if (!isSeriesShown(series)) {
             continue;
         }
         const int plotIndex = m_plotOfSeries.at(series);
-        const int bins = int(m_plots.at(plotIndex).chart->plotArea().width());
+        const int bins = int(plots.at(plotIndex).chart->plotArea().width());
         pending[series]
                 = m_model->decimated(series, m_start, m_end, bins > 1 ? bins : FallbackBins);
         for (const QPointF &point : qAsConst(pending.at(series))) {
@@ -393,8 +478,8 @@ void TrendsPage::redraw()
         }
     }
     const bool longWindow = m_end - m_start > WindowsMs[1];
-    for (int i = 0; i < m_plots.size(); ++i) {
-        const Plot &plot = m_plots.at(i);
+    for (int i = 0; i < plots.size(); ++i) {
+        const Plot &plot = plots.at(i);
         const QString format
                 = longWindow ? QStringLiteral("dd.MM. HH:mm") : QStringLiteral("HH:mm:ss");
         if (plot.timeAxis->format() != format) {
@@ -402,19 +487,39 @@ void TrendsPage::redraw()
         }
         plot.timeAxis->setRange(QDateTime::fromMSecsSinceEpoch(m_start),
                                 QDateTime::fromMSecsSinceEpoch(m_end));
+        // As many time labels as fit side by side without being cut short.
+        const int timeLabelWidth
+                = QFontMetrics(plot.timeAxis->labelsFont())
+                          .horizontalAdvance(QDateTime::fromMSecsSinceEpoch(m_end).toString(format))
+                  + TimeLabelGap;
+        const int timeTicks
+                = qBound(2, int(plot.chart->plotArea().width()) / timeLabelWidth + 1, TimeTicks);
+        if (plot.timeAxis->tickCount() != timeTicks) {
+            plot.timeAxis->setTickCount(timeTicks);
+        }
         double bottom = low.at(i);
         double top = high.at(i);
         if (!std::isfinite(bottom) || !std::isfinite(top)) {
             bottom = 0.0;
             top = 1.0;
         }
-        const double margin = qMax((top - bottom) * RangeMargin, 0.5 * RangeMargin);
+        // A flat line gets a span of one unit: a thinner one has labels too long to fit.
+        const double margin = qMax((top - bottom) * RangeMargin, MinimumFlatMargin);
         // Temperatures, humidity and power that are all positive keep zero as the floor
         // rather than a margin that reads as a negative value.
         const double floor = bottom >= 0.0 ? qMax(bottom - margin, 0.0) : bottom - margin;
         // Each change of an axis lays out the whole chart again, its labels set as rich text:
         // the range and ticks are worked out here and handed over only when they differ.
-        const NiceScale scale = niceScale(floor, top + margin, s_plotKinds[i].ticks);
+        // No more value ticks than the plot's height has room for labels: a label with less
+        // room than its height is drawn as an ellipsis. Rounding to a round step may add a
+        // tick; a coarser step then takes it away again.
+        const int labelRoom = QFontMetrics(plot.valueAxis->labelsFont()).height() + LabelGap;
+        const int maximumTicks = qBound(2, int(plot.chart->plotArea().height()) / labelRoom + 1,
+                                        s_plotKinds[i].ticks);
+        NiceScale scale = niceScale(floor, top + margin, maximumTicks);
+        for (int asked = maximumTicks - 1; scale.ticks > maximumTicks && asked >= 2; --asked) {
+            scale = niceScale(floor, top + margin, asked);
+        }
         if (plot.valueAxis->min() != scale.min || plot.valueAxis->max() != scale.max) {
             plot.valueAxis->setRange(scale.min, scale.max);
         }
@@ -423,7 +528,9 @@ void TrendsPage::redraw()
         }
     }
     for (int series = 0; series < m_plotOfSeries.size(); ++series) {
-        linesOf(series)->setPoints(m_lineOfSeries.at(series), std::move(pending[series]));
+        TrendLinesItem *lines = plots.at(m_plotOfSeries.at(series)).lines;
+        lines->setLineVisible(m_lineOfSeries.at(series), isSeriesShown(series));
+        lines->setPoints(m_lineOfSeries.at(series), std::move(pending[series]));
     }
 }
 
@@ -453,10 +560,16 @@ void TrendsPage::onPan(double deltaMs)
 
 void TrendsPage::onCursor(double timeMs)
 {
-    m_readout->setText(readoutAt(qint64(timeMs)));
+    m_readout->setText(readoutAt(qint64(timeMs), plotAt(sender())));
+    m_readout->setToolTip(readoutAt(qint64(timeMs)));
 }
 
 QString TrendsPage::readoutAt(qint64 msecsSinceEpoch) const
+{
+    return readoutAt(msecsSinceEpoch, -1);
+}
+
+QString TrendsPage::readoutAt(qint64 msecsSinceEpoch, int plot) const
 {
     if (m_model->size() == 0) {
         return tr("No values yet.");
@@ -473,7 +586,7 @@ QString TrendsPage::readoutAt(qint64 msecsSinceEpoch) const
     parts.append(QDateTime::fromMSecsSinceEpoch(m_model->time(index))
                          .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
     for (int series = 0; series < m_plotOfSeries.size(); ++series) {
-        if (!isSeriesShown(series)) {
+        if (!isSeriesShown(series) || (plot >= 0 && m_plotOfSeries.at(series) != plot)) {
             continue;
         }
         const int quantity = RecordedQuantities::trendIndexes().at(series);
@@ -517,8 +630,46 @@ void TrendsPage::onWindowChosen(int index)
     goLive();
 }
 
+QImage TrendsPage::plotImage(QStringList *texts) const
+{
+    // Fresh plots off the screen, so that the picture is the same whatever the page's size:
+    // a dock the height of a strip would otherwise give a strip of a picture.
+    QWidget area;
+    area.setAttribute(Qt::WA_DontShowOnScreen);
+    const QVector<Plot> plots = buildPlots(&area);
+    area.resize(ExportSize);
+    // Shown, though never on a screen: only a shown view lays its chart out.
+    area.show();
+    // Twice: the first pass gives each chart its plot area, the second fits the ticks and
+    // the decimation to it.
+    for (int pass = 0; pass < 2; ++pass) {
+        QCoreApplication::sendPostedEvents();
+        drawPlots(plots);
+    }
+    QCoreApplication::sendPostedEvents();
+    QImage image(ExportSize, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    area.render(&painter);
+    painter.end();
+    if (texts) {
+        for (const Plot &plot : plots) {
+            const QList<QGraphicsItem *> items = plot.view->scene()->items();
+            for (QGraphicsItem *item : items) {
+                if (const auto *text = dynamic_cast<QGraphicsTextItem *>(item)) {
+                    if (text->isVisible() && !text->toPlainText().isEmpty()) {
+                        texts->append(text->toPlainText());
+                    }
+                }
+            }
+        }
+    }
+    return image;
+}
+
 bool TrendsPage::exportPlot(const QString &path)
 {
+    const QImage image = plotImage();
     const bool pdf
             = QFileInfo(path).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) == 0;
     if (pdf) {
@@ -531,14 +682,13 @@ bool TrendsPage::exportPlot(const QString &path)
             emit sigStatusMessage(tr("Trends: cannot write %1.").arg(path));
             return false;
         }
-        const double scale = qMin(double(writer.width()) / m_plotArea->width(),
-                                  double(writer.height()) / m_plotArea->height());
-        painter.scale(scale, scale);
-        m_plotArea->render(&painter);
+        const QRect page(0, 0, writer.width(), writer.height());
+        painter.drawImage(
+                QRect(QPoint(0, 0), image.size().scaled(page.size(), Qt::KeepAspectRatio)), image);
         painter.end();
         return true;
     }
-    if (!m_plotArea->grab().save(path, "PNG")) {
+    if (!image.save(path, "PNG")) {
         emit sigStatusMessage(tr("Trends: cannot write %1.").arg(path));
         return false;
     }

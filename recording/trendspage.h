@@ -1,9 +1,12 @@
 #ifndef TRENDSPAGE_H
 #define TRENDSPAGE_H
 
+#include <QImage>
+#include <QSize>
 #include <QVector>
 #include <QWidget>
 
+class QBoxLayout;
 class QComboBox;
 class QLabel;
 class QListWidget;
@@ -35,6 +38,11 @@ class TrendsPage : public QWidget
 public:
     static constexpr qint64 WindowsMs[]
             = {5LL * 60 * 1000, 60LL * 60 * 1000, 8LL * 60 * 60 * 1000, 24LL * 60 * 60 * 1000};
+    // Below this a plot's value labels crowd each other out.
+    static constexpr int MinimumPlotHeight = 120;
+    static constexpr int MinimumPlotWidth = 240;
+    // Exported pictures are drawn at this size whatever the page's size on screen.
+    static constexpr QSize ExportSize = QSize(1600, 1000);
 
     explicit TrendsPage(TrendsModel *model, QWidget *parent = nullptr);
 
@@ -49,11 +57,17 @@ public:
     void setWindowIndex(int index);
     // What the cursor readout says for a time.
     QString readoutAt(qint64 msecsSinceEpoch) const;
+    // The same for the series of one plot (its index, top or left first).
+    QString readoutAt(qint64 msecsSinceEpoch, int plot) const;
 
-    // The visible plots as PNG or PDF (by the file's suffix); the visible range and series
-    // as CSV. false, with the reason on sigStatusMessage(), when the file cannot be written.
+    // The plots as PNG or PDF (by the file's suffix), drawn afresh at ExportSize for the
+    // visible range and series; the visible range and series as CSV. false, with the reason
+    // on sigStatusMessage(), when the file cannot be written.
     bool exportPlot(const QString &path);
     bool exportData(const QString &path);
+    // The picture exportPlot() saves; texts, when given, receives every axis label and title
+    // drawn in it.
+    QImage plotImage(QStringList *texts = nullptr) const;
 
 public slots:
     void goLive();
@@ -65,6 +79,7 @@ signals:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private slots:
     void onAppended();
@@ -86,7 +101,14 @@ private:
         TrendLinesItem *lines = nullptr;
     };
 
-    void buildPlots();
+    // The three plots in area, their lines added; the page's own ones and the export's.
+    QVector<Plot> buildPlots(QWidget *area) const;
+    void connectPlots();
+    // Axes and lines of plots for the current range, decimated to their widths.
+    void drawPlots(const QVector<Plot> &plots) const;
+    // Plots side by side in a wide, low area; one above the other where each gets its height.
+    void arrangePlots();
+    int plotAt(const QObject *view) const;
     void setRange(qint64 start, qint64 end);
     void saveHiddenSeries() const;
     TrendLinesItem *linesOf(int series) const;
@@ -97,6 +119,7 @@ private:
     QVector<int> m_plotOfSeries;
     QVector<int> m_lineOfSeries;
     QWidget *m_plotArea = nullptr;
+    QBoxLayout *m_plotLayout = nullptr;
     QListWidget *m_seriesList = nullptr;
     QComboBox *m_windowCombo = nullptr;
     QToolButton *m_liveButton = nullptr;

@@ -51,11 +51,25 @@ int findTapSlot(const QByteArray &typeName)
 ValueRecorder::ValueRecorder(QObject *parent)
     : QObject(parent)
     , m_values(RecordedQuantities::count(), NotReported)
+    , m_reported(RecordedQuantities::count(), NotReported)
+    , m_absenceValues(RecordedQuantities::count(), {NotReported, NotReported, NotReported})
+    , m_absenceTaps(RecordedQuantities::count(), {nullptr, nullptr, nullptr})
     , m_timer(new QTimer(this))
 {
-    for (int i = 0; i < RecordedQuantities::count(); ++i) {
+    const QVector<RecordedQuantities::Quantity> &quantities = RecordedQuantities::all();
+    for (int i = 0; i < quantities.size(); ++i) {
         m_taps.append(new QuantityTap(
                 i, [this](int quantity, double value) { setValue(quantity, value); }, this));
+        for (int signal = 0; signal < int(m_absenceTaps[i].size()); ++signal) {
+            if (quantities.at(i).absentWhenZero[signal]) {
+                m_absenceTaps[i][signal] = new QuantityTap(
+                        i,
+                        [this, signal](int quantity, double value) {
+                            setAbsenceValue(quantity, signal, value);
+                        },
+                        this);
+            }
+        }
     }
     m_timer->setInterval(DefaultIntervalMs);
     connect(m_timer, &QTimer::timeout, this, &ValueRecorder::recordRow);
@@ -90,25 +104,35 @@ QStringList ValueRecorder::attachSources(QObject *decoder, QObject *controller)
         if (!sender) {
             continue;
         }
-        const int signalIndex = findSignal(sender->metaObject(), quantity.signal);
-        const int slotIndex = signalIndex < 0 ? -1
-                                              : findTapSlot(sender->metaObject()
-                                                                    ->method(signalIndex)
-                                                                    .parameterTypes()
-                                                                    .constFirst());
-        if (slotIndex < 0) {
-            missing.append(QString::fromLatin1(quantity.signal));
-            continue;
+        connectTap(sender, quantity.signal, m_taps.at(i), &missing);
+        for (int signal = 0; signal < int(m_absenceTaps.at(i).size()); ++signal) {
+            if (QuantityTap *tap = m_absenceTaps.at(i).at(signal)) {
+                connectTap(sender, quantity.absentWhenZero[signal], tap, &missing);
+            }
         }
-        m_connections.append(connect(sender, sender->metaObject()->method(signalIndex),
-                                     m_taps.at(i),
-                                     QuantityTap::staticMetaObject.method(slotIndex)));
     }
     if (!missing.isEmpty()) {
         emit sigStatusMessage(
                 tr("Value recording: no signal for %1.").arg(missing.join(QStringLiteral(", "))));
     }
     return missing;
+}
+
+void ValueRecorder::connectTap(QObject *sender, const char *signal, QuantityTap *tap,
+                               QStringList *missing)
+{
+    const int signalIndex = findSignal(sender->metaObject(), signal);
+    const int slotIndex = signalIndex < 0 ? -1
+                                          : findTapSlot(sender->metaObject()
+                                                                ->method(signalIndex)
+                                                                .parameterTypes()
+                                                                .constFirst());
+    if (slotIndex < 0) {
+        missing->append(QString::fromLatin1(signal));
+        return;
+    }
+    m_connections.append(connect(sender, sender->metaObject()->method(signalIndex), tap,
+                                 QuantityTap::staticMetaObject.method(slotIndex)));
 }
 
 int ValueRecorder::intervalMs() const
@@ -207,6 +231,8 @@ void ValueRecorder::slotLinkUp(bool up)
 {
     if (!up) {
         m_values.fill(NotReported);
+        m_reported.fill(NotReported);
+        m_absenceValues.fill({NotReported, NotReported, NotReported});
     }
 }
 
@@ -240,7 +266,31 @@ void ValueRecorder::recordRowAt(const QDateTime &time)
 
 void ValueRecorder::setValue(int quantity, double value)
 {
-    m_values[quantity] = value;
+    m_reported[quantity] = value;
+    m_values[quantity] = isAbsent(quantity) ? NotReported : value;
+}
+
+void ValueRecorder::setAbsenceValue(int quantity, int signal, double value)
+{
+    m_absenceValues[quantity][signal] = value;
+    m_values[quantity] = isAbsent(quantity) ? NotReported : m_reported.at(quantity);
+}
+
+bool ValueRecorder::isAbsent(int quantity) const
+{
+    const RecordedQuantities::Quantity &entry = RecordedQuantities::all().at(quantity);
+    bool any = false;
+    for (int signal = 0; signal < int(m_absenceValues.at(quantity).size()); ++signal) {
+        if (!entry.absentWhenZero[signal]) {
+            continue;
+        }
+        // Not known yet, or not zero: the channel counts as fitted.
+        if (m_absenceValues.at(quantity).at(signal) != 0.0) {
+            return false;
+        }
+        any = true;
+    }
+    return any;
 }
 
 bool ValueRecorder::openNext(const QDate &day)

@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <array>
+
 class QTimer;
 class QuantityTap;
 class VelutraController;
@@ -20,7 +22,8 @@ class VelutraController;
 //
 // Values arrive through the typed, change-filtered signals of the decoder and the controller
 // of the current connection: nothing is polled for recording. A value never reported, or
-// not reported since the link went down, is NaN here and an empty cell in the file.
+// not reported since the link went down, is NaN here and an empty cell in the file; so is
+// the value of a channel the device reports as not fitted (see RecordedQuantities).
 //
 // The file: RFC 4180 (CRLF, fields quoted where they need it), UTF-8 without a byte-order
 // mark, a header row of names and units, the time as ISO 8601 local time with milliseconds
@@ -82,12 +85,21 @@ signals:
 
 private:
     void setValue(int quantity, double value);
+    void setAbsenceValue(int quantity, int signal, double value);
+    bool isAbsent(int quantity) const;
+    void connectTap(QObject *sender, const char *signal, QuantityTap *tap, QStringList *missing);
     bool openNext(const QDate &day);
     bool writeText(const QByteArray &bytes);
     void failAndStop(const QString &what);
 
+    // What is recorded, and what the device reported (they differ for absent channels).
     QVector<double> m_values;
+    QVector<double> m_reported;
+    // Per quantity, the last values of its absentWhenZero signals; NaN until reported.
+    QVector<std::array<double, 3>> m_absenceValues;
     QList<QuantityTap *> m_taps;
+    // Per quantity, one tap for each of its absentWhenZero signals (null where it has none).
+    QVector<std::array<QuantityTap *, 3>> m_absenceTaps;
     QList<QMetaObject::Connection> m_connections;
     QTimer *m_timer = nullptr;
     qint64 m_maximumFileBytes = DefaultMaximumFileBytes;

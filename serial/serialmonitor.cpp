@@ -1,6 +1,8 @@
 #include "serialmonitor.h"
 #include "ui_serialmonitor.h"
 
+#include "traffictag.h"
+
 #include <QScrollBar>
 #include <QShowEvent>
 #include <QTextBlock>
@@ -43,8 +45,15 @@ static constexpr int RenderIntervalMs = 500;
 // How often a view of a minimized window looks whether it has been restored.
 static constexpr int MinimizedCheckIntervalMs = 1000;
 // Raw lines kept for the view until it renders them: what a hidden page shows when it comes
-// back, and the most one rendering can be asked for.
+// back, and the most one rendering can be asked for. A paused view keeps as many as it
+// shows, so that nothing the view would have held is lost by pausing.
 static constexpr int PendingLinesLimit = 2000;
+// Typed commands waiting to be recognised on the wire; the controller queues them behind a
+// polling turn, so a handful is all there ever is, unless the port never writes them.
+static constexpr int TypedCommandsLimit = 64;
+// Block states: which lines the "typed commands only" filter keeps.
+static constexpr int PollingLineState = 0;
+static constexpr int TypedLineState = 1;
 // Lines laid into the document in one turn of the event loop; the rest follow in the next
 // turns, so that a burst never holds the GUI thread for long.
 static constexpr int LinesPerTurn = 250;
@@ -157,11 +166,25 @@ SerialMonitor::SerialMonitor(QWidget *parent)
             &SerialMonitor::onTextChanged);
     connect(m_ui->checkBoxRecord, &QCheckBox::toggled, this,
             &SerialMonitor::sigRecordToFileToggled);
+    connect(m_ui->toolButtonPause, &QToolButton::toggled, this, &SerialMonitor::setPaused);
+    connect(m_ui->checkBoxTypedOnly, &QCheckBox::toggled, this,
+            &SerialMonitor::setTypedCommandsOnly);
 }
 
 SerialMonitor::~SerialMonitor()
 {
     delete m_ui;
+}
+
+QSize SerialMonitor::sizeHint() const
+{
+    const QPlainTextEdit *view = m_ui->plainTextEditTraffic;
+    const int frame = 2 * view->frameWidth() + view->horizontalScrollBar()->sizeHint().height()
+                      + 2 * int(view->document()->documentMargin());
+    const int traffic = PreferredVisibleLines * view->fontMetrics().lineSpacing() + frame;
+    const QSize whole = QWidget::sizeHint();
+    return QSize(whole.width(), whole.height() - view->sizeHint().height()
+                                        + qMax(traffic, view->sizeHint().height()));
 }
 
 QString SerialMonitor::formatTrafficLine(const QString &tag, const QString &direction,
@@ -191,15 +214,33 @@ void SerialMonitor::slotBytesTransmitted(const QString &tag, const QByteArray &b
 void SerialMonitor::appendTraffic(const QString &tag, const QString &direction,
                                   const QByteArray &bytes)
 {
+    // A typed command is known by its bytes when the handler writes it; the replies are the
+    // lines that come in after it until the next write.
+    bool typed = m_inTypedExchange;
+    if (direction == QLatin1String(TransmitMark)) {
+        const QByteArray written(bytes.constData(),
+                                 static_cast<int>(qstrnlen(bytes.constData(), bytes.size())));
+        const int index = m_typedCommands.indexOf(written);
+        typed = index >= 0;
+        if (typed) {
+            m_typedCommands.removeAt(index);
+        }
+        m_inTypedExchange = typed;
+    }
     // Only raw lines are kept here; nothing is formatted until the page is seen.
-    m_pendingLines.push_back(TrafficLine{tag, direction, bytes});
-    if (m_pendingLines.size() > static_cast<size_t>(PendingLinesLimit)) {
+    m_pendingLines.push_back(TrafficLine{tag, direction, bytes, QTime::currentTime(), typed});
+    if (m_pendingLines.size() > static_cast<size_t>(pendingLinesLimit())) {
         m_pendingLines.pop_front();
         ++m_droppedLines;
     }
-    if (isOnScreen() && !m_renderTimer.isActive()) {
+    if (isOnScreen() && !m_paused && !m_renderTimer.isActive()) {
         m_renderTimer.start(RenderIntervalMs);
     }
+}
+
+int SerialMonitor::pendingLinesLimit() const
+{
+    return m_paused ? MaximumLines : PendingLinesLimit;
 }
 
 bool SerialMonitor::isOnScreen() const
@@ -214,13 +255,16 @@ void SerialMonitor::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     // What came while the page was hidden (its dock closed or behind another tab).
-    if (!m_pendingLines.empty() || m_droppedLines > 0) {
+    if (!m_paused && (!m_pendingLines.empty() || m_droppedLines > 0)) {
         m_renderTimer.start(0);
     }
 }
 
 void SerialMonitor::renderPendingLines()
 {
+    if (m_paused) {
+        return;
+    }
     if (!isOnScreen()) {
         // Restoring a minimized window does not always show its pages again (the window
         // system may expose it before it reports the new state); look again now and then.
@@ -266,7 +310,11 @@ void SerialMonitor::insertTrafficLine(QTextCursor &cursor, const TrafficLine &li
     if (!cursor.document()->isEmpty()) {
         cursor.insertBlock(QTextBlockFormat(), plainFormat);
     }
-    cursor.insertText(collapsedWhiteSpace(line.tag + QLatin1String(": ")), tagFormat);
+    QTextBlock block = cursor.block();
+    block.setUserState(line.typed ? TypedLineState : PollingLineState);
+    block.setVisible(line.typed || !m_typedOnly);
+    const QString tag = TrafficTag::withTimeOfDay(line.tag, line.arrival);
+    cursor.insertText(collapsedWhiteSpace(tag + QLatin1String(": ")), tagFormat);
     cursor.insertText(collapsedWhiteSpace(line.direction),
                       colouredFormat(directionColour(line.direction)));
     cursor.insertText(collapsedWhiteSpace(text), plainFormat);
@@ -279,6 +327,8 @@ void SerialMonitor::insertDroppedLinesNote(QTextCursor &cursor)
     if (!cursor.document()->isEmpty()) {
         cursor.insertBlock(QTextBlockFormat(), QTextCharFormat());
     }
+    // What is missing matters whatever the filter hides.
+    cursor.block().setUserState(TypedLineState);
     const int dropped = static_cast<int>(qMin<qint64>(m_droppedLines, MaximumNoteCount));
     cursor.insertText(tr("\u2026 %n line(s) not shown", nullptr, dropped), noteFormat);
     m_droppedLines = 0;
@@ -286,25 +336,95 @@ void SerialMonitor::insertDroppedLinesNote(QTextCursor &cursor)
 
 void SerialMonitor::trimOldestLines()
 {
-    QTextDocument *document = m_ui->plainTextEditTraffic->document();
-    if (document->blockCount() <= MaximumLines) {
+    QPlainTextEdit *view = m_ui->plainTextEditTraffic;
+    QTextDocument *document = view->document();
+    const int blocks = document->blockCount();
+    if (blocks <= MaximumLines) {
         return;
     }
+    // One cut well below the maximum, so that cutting at the top of the document is rare
+    // instead of happening with every line.
+    int removed = blocks - MaximumLines + TrimmedLines;
+    QScrollBar *scrollBar = view->verticalScrollBar();
+    const int firstShownLine = scrollBar->value();
+    if (!m_autoScroll && blocks <= MaximumHeldLines) {
+        // The operator reads older lines: the cut stops above the first one on screen.
+        removed = qMin(removed, document->findBlockByLineNumber(firstShownLine).blockNumber());
+        if (removed <= 0) {
+            return;
+        }
+    }
+    const QTextBlock firstKept = document->findBlockByNumber(removed);
+    // The view counts lines, and a hidden line counts none.
+    const int removedLines = firstKept.firstLineNumber();
     // A cut of its own, apart from the appending: the view then lays out again only what it
     // shows, not the whole document between the two ends. The cut's end is found by block
     // number, not by moving a cursor over the blocks, which would lay out every one of them.
-    const int removed = document->blockCount() - MaximumLines + TrimmedLines;
     QTextCursor cursor(document);
     cursor.beginEditBlock();
-    cursor.setPosition(document->findBlockByNumber(removed).position(), QTextCursor::KeepAnchor);
+    cursor.setPosition(firstKept.position(), QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
     cursor.endEditBlock();
+    if (!m_autoScroll) {
+        // The view keeps its line number, which now belongs to a later line: back to the
+        // line the operator was reading.
+        scrollBar->setValue(qMax(firstShownLine - removedLines, 0));
+    }
+}
+
+void SerialMonitor::setPaused(bool paused)
+{
+    if (m_ui->toolButtonPause->isChecked() != paused) {
+        const QSignalBlocker blocker(m_ui->toolButtonPause);
+        m_ui->toolButtonPause->setChecked(paused);
+    }
+    if (m_paused == paused) {
+        return;
+    }
+    m_paused = paused;
+    m_ui->toolButtonPause->setText(paused ? tr("Resume") : tr("Pause"));
+    if (!paused && (!m_pendingLines.empty() || m_droppedLines > 0)) {
+        m_renderTimer.start(0);
+    }
+}
+
+void SerialMonitor::setTypedCommandsOnly(bool typedOnly)
+{
+    if (m_ui->checkBoxTypedOnly->isChecked() != typedOnly) {
+        const QSignalBlocker blocker(m_ui->checkBoxTypedOnly);
+        m_ui->checkBoxTypedOnly->setChecked(typedOnly);
+    }
+    if (m_typedOnly == typedOnly) {
+        return;
+    }
+    m_typedOnly = typedOnly;
+    applyFilter();
+}
+
+void SerialMonitor::applyFilter()
+{
+    QPlainTextEdit *view = m_ui->plainTextEditTraffic;
+    QTextDocument *document = view->document();
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        block.setVisible(!m_typedOnly || block.userState() == TypedLineState);
+    }
+    // The layout does not notice a block's visibility by itself.
+    document->markContentsDirty(0, document->characterCount());
+    if (m_autoScroll) {
+        QScrollBar *scrollBar = view->verticalScrollBar();
+        scrollBar->setValue(scrollBar->maximum());
+    }
 }
 
 void SerialMonitor::setPortOpen(bool open)
 {
     m_portOpen = open;
     m_ui->toolButtonSend->setEnabled(open);
+    if (!open) {
+        // Whatever was typed and not written died with the link.
+        m_typedCommands.clear();
+        m_inTypedExchange = false;
+    }
 }
 
 void SerialMonitor::setTrafficLogStatus(bool recording, const QString &text)
@@ -331,6 +451,10 @@ void SerialMonitor::onToolButtonSend_clicked()
     }
     QByteArray bytes = command.toLatin1();
     bytes.append('\n');
+    m_typedCommands.append(bytes);
+    if (m_typedCommands.size() > TypedCommandsLimit) {
+        m_typedCommands.removeFirst();
+    }
     emit sigSendCommand(bytes);
     m_ui->lineEditCommand->clear();
 }

@@ -3,6 +3,15 @@
 #include "centertabwidget.h"
 
 #include <QDockWidget>
+#include <QScreen>
+#include <QVector>
+
+namespace {
+
+// The smallest free screen area on which the window is not maximized at its first start.
+constexpr QSize SpaciousScreen(1600, 900);
+
+} // namespace
 
 ZELMMainWindow::ZELMMainWindow(QWidget *parent)
     : QMainWindow(parent)
@@ -26,6 +35,12 @@ QDockWidget *ZELMMainWindow::createGenericDockWidget(QWidget *widget, const QStr
         // would still count as visible and go on laying out and drawing what nobody can see.
         // Hiding the page with its dock lets it rest until its tab comes to the front.
         connect(dock, &QDockWidget::visibilityChanged, widget, &QWidget::setVisible);
+        // Hidden, the page still counts in its dock's size: a dock whose page is gone
+        // would take its title's height as its largest, and hold the whole tab group of
+        // docks there, the separator beside it stuck.
+        QSizePolicy policy = widget->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        widget->setSizePolicy(policy);
     }
     addDockWidget(area, dock);
     dock->setFloating(floating);
@@ -70,6 +85,48 @@ void ZELMMainWindow::removeAllAccessoryDocks()
             dock->deleteLater();
         }
     }
+}
+
+QRect ZELMMainWindow::availableScreenArea() const
+{
+    const QScreen *current = screen();
+    return current ? current->availableGeometry() : QRect(QPoint(0, 0), SpaciousScreen);
+}
+
+bool ZELMMainWindow::isSmallScreen(const QSize &available)
+{
+    // A laptop's 1366x768 and anything short of a full-HD screen.
+    return available.width() < SpaciousScreen.width()
+           || available.height() < SpaciousScreen.height();
+}
+
+void ZELMMainWindow::fitToScreen(const QRect &available, int sideDockWidth, int bottomDockHeight)
+{
+    setGeometry(available);
+    // Docks beside each other in one area share its size; tabbed ones take it each.
+    QList<QDockWidget *> sideDocks;
+    QList<QDockWidget *> bottomDocks;
+    const QList<QDockWidget *> docks = accessoryDocks();
+    for (QDockWidget *dock : docks) {
+        if (dock->isFloating()) {
+            continue;
+        }
+        switch (dockWidgetArea(dock)) {
+        case Qt::LeftDockWidgetArea:
+        case Qt::RightDockWidgetArea:
+            sideDocks.append(dock);
+            break;
+        case Qt::TopDockWidgetArea:
+        case Qt::BottomDockWidgetArea:
+            bottomDocks.append(dock);
+            break;
+        default:
+            break;
+        }
+    }
+    resizeDocks(sideDocks, QVector<int>(sideDocks.size(), sideDockWidth).toList(), Qt::Horizontal);
+    resizeDocks(bottomDocks, QVector<int>(bottomDocks.size(), bottomDockHeight).toList(),
+                Qt::Vertical);
 }
 
 QList<QDockWidget *> ZELMMainWindow::accessoryDocks() const

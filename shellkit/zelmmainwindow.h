@@ -35,6 +35,15 @@ public:
     // Takes every accessory dock out of the window and deletes it later.
     void removeAllAccessoryDocks();
 
+    // The first start on a screen whose free area is available: the window takes all of it,
+    // the side docks sideDockWidth and the bottom docks bottomDockHeight, the central area
+    // the rest.
+    void fitToScreen(const QRect &available, int sideDockWidth, int bottomDockHeight);
+    // The free area (without task bars) of the screen the window is on.
+    QRect availableScreenArea() const;
+    // A screen without room to spare, where a first start maximizes the window.
+    static bool isSmallScreen(const QSize &available);
+
     QList<QDockWidget *> accessoryDocks() const;
     QList<QWidget *> systemWidgets() const;
     CenterTabWidget *centerTabWidget() const;

@@ -1,4 +1,5 @@
 #include "mainview.h"
+#include "panelkit.h"
 #include "testinput.h"
 
 #include <QLabel>
@@ -79,6 +80,65 @@ private slots:
         QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(2).center());
         QCOMPARE(view->currentControlPage(), 2);
         QVERIFY(view->controlPage(2)->isVisible());
+    }
+
+    // The panel inside the main window: 1140 px is what a 1366 px screen leaves beside the
+    // docked log, 1700 px what a 1920 px screen leaves; 700 px is a window made narrow. The
+    // remote-control column is as wide as the program's. Every title is read whole, and
+    // where there is room for all of them, all are in sight.
+    void tabTitlesAreReadWhole_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<bool>("allInSight");
+        QTest::newRow("1366 px screen") << 1140 << true;
+        QTest::newRow("1920 px screen") << 1700 << true;
+        QTest::newRow("narrow window") << 700 << false;
+    }
+
+    void tabTitlesAreReadWhole()
+    {
+        QFETCH(int, width);
+        QFETCH(bool, allInSight);
+        PanelKit::loadApplicationFonts();
+        qApp->setStyleSheet(PanelKit::getApplicationStylesheet());
+        auto view = std::make_unique<MainView>();
+        for (const char *title : {"Control", "View", "Temperature Details", "System Details",
+                                  "System settings", "Harmonic Generator"}) {
+            view->addControlPage(QString::fromLatin1(title));
+        }
+        auto *remote = new QWidget;
+        remote->setFixedWidth(140);
+        view->setRemoteControlWidget(remote);
+        TestInput::showActive(view.get(), QSize(width, 700));
+        QTabBar *tabs = tabsOf(view.get());
+        QTRY_COMPARE(view->width(), width);
+        QCoreApplication::processEvents();
+        QPixmap shot = view->grab();
+        QVERIFY(!shot.isNull());
+        const QString folder = qEnvironmentVariable("VELUTRA_SCREENSHOT_DIR");
+        if (!folder.isEmpty()) {
+            shot.save(QStringLiteral("%1/mainview-%2.png").arg(folder).arg(width));
+        }
+        // The style's padding and borders around a title.
+        static constexpr int TitleMargins = 26;
+        for (int index = 0; index < tabs->count(); ++index) {
+            const QString title = tabs->tabText(index);
+            const QRect rect = tabs->tabRect(index);
+            const int textWidth = tabs->fontMetrics().horizontalAdvance(title);
+            QVERIFY2(rect.width() >= textWidth + TitleMargins,
+                     qPrintable(QStringLiteral("\"%1\": %2 px for %3 px of text")
+                                        .arg(title)
+                                        .arg(rect.width())
+                                        .arg(textWidth)));
+            if (allInSight) {
+                QVERIFY2(tabs->rect().contains(rect),
+                         qPrintable(QStringLiteral("\"%1\" ends at %2 of %3 px")
+                                            .arg(title)
+                                            .arg(rect.right())
+                                            .arg(tabs->width())));
+            }
+        }
+        qApp->setStyleSheet(QString());
     }
 
     void headersAndRemoteControl()

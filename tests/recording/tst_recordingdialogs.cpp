@@ -18,7 +18,10 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QImage>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -49,6 +52,10 @@ private slots:
     void cancelWritesNothing_data();
     void cancelWritesNothing();
     void folderDialogSetsTheRecordingFolder();
+    void startAndStopFromTheMenu_data();
+    void startAndStopFromTheMenu();
+    void folderDialogStartsInTheRecordingFolder_data();
+    void folderDialogStartsInTheRecordingFolder();
 
 private:
     // Opens the dialog through the named button or menu action, types name into it and
@@ -170,10 +177,10 @@ void TestRecordingDialogs::saveDialogWritesTheFile_data()
     QTest::newRow("data as CSV") << "exportDataButton"
                                  << "Export data"
                                  << "data.csv";
-    QTest::newRow("recorded values") << "recordValuesAction"
+    QTest::newRow("recorded values") << "startValueRecordingAction"
                                      << "Record values"
                                      << "values.csv";
-    QTest::newRow("traffic log") << "recordTrafficAction"
+    QTest::newRow("traffic log") << "startTrafficLogAction"
                                  << "Record traffic to file"
                                  << "traffic.log";
 }
@@ -208,9 +215,9 @@ void TestRecordingDialogs::saveDialogWritesTheFile()
         QVERIFY2(error.isEmpty(), qPrintable(error));
         QCOMPARE(rows.size(), 1 + 300);
         QCOMPARE(rows.at(0).at(0), QStringLiteral("Time"));
-    } else if (opener == QLatin1String("recordValuesAction")) {
+    } else if (opener == QLatin1String("startValueRecordingAction")) {
         QVERIFY(window.recording()->values()->isRecording());
-        QVERIFY(window.findChild<QAction *>(opener)->isChecked());
+        QVERIFY(!window.findChild<QAction *>(opener)->isEnabled());
         window.recording()->values()->stopFile();
         QString error;
         const QVector<QStringList> rows = readCsvWithPython(path, &error);
@@ -219,7 +226,7 @@ void TestRecordingDialogs::saveDialogWritesTheFile()
         QCOMPARE(rows.at(0).size(), 1 + RecordedQuantities::count());
     } else {
         QVERIFY(window.recording()->trafficLog()->isRecording());
-        QVERIFY(window.findChild<QAction *>(opener)->isChecked());
+        QVERIFY(!window.findChild<QAction *>(opener)->isEnabled());
         window.recording()->trafficLog()->stop();
     }
 }
@@ -230,8 +237,8 @@ void TestRecordingDialogs::cancelWritesNothing_data()
 
     QTest::newRow("export plot") << "exportPlotButton";
     QTest::newRow("export data") << "exportDataButton";
-    QTest::newRow("record values") << "recordValuesAction";
-    QTest::newRow("record traffic") << "recordTrafficAction";
+    QTest::newRow("record values") << "startValueRecordingAction";
+    QTest::newRow("record traffic") << "startTrafficLogAction";
 }
 
 void TestRecordingDialogs::cancelWritesNothing()
@@ -247,9 +254,11 @@ void TestRecordingDialogs::cancelWritesNothing()
     QCOMPARE(filesInFolder(), QStringList());
     QVERIFY(!window.recording()->values()->isRecording());
     QVERIFY(!window.recording()->trafficLog()->isRecording());
-    // The menu entries are checkable: cancelled, they say again that nothing records.
-    QVERIFY(!window.findChild<QAction *>(QStringLiteral("recordValuesAction"))->isChecked());
-    QVERIFY(!window.findChild<QAction *>(QStringLiteral("recordTrafficAction"))->isChecked());
+    // Cancelled, the menu still offers to start and nothing to stop.
+    QVERIFY(window.findChild<QAction *>(QStringLiteral("startValueRecordingAction"))->isEnabled());
+    QVERIFY(!window.findChild<QAction *>(QStringLiteral("stopValueRecordingAction"))->isEnabled());
+    QVERIFY(window.findChild<QAction *>(QStringLiteral("startTrafficLogAction"))->isEnabled());
+    QVERIFY(!window.findChild<QAction *>(QStringLiteral("stopTrafficLogAction"))->isEnabled());
 }
 
 void TestRecordingDialogs::folderDialogSetsTheRecordingFolder()
@@ -272,6 +281,138 @@ void TestRecordingDialogs::folderDialogSetsTheRecordingFolder()
                  QDialogButtonBox::RejectRole);
     QVERIFY(m_dialogHandled);
     QCOMPARE(QDir(RecordingSettings::folder()).canonicalPath(), QDir(chosen).canonicalPath());
+}
+
+// Through the menu bar as the operator goes: the Recording menu, "Start recording …", a file
+// name, Save; the status bar says what records, and the same menu stops it.
+void TestRecordingDialogs::startAndStopFromTheMenu_data()
+{
+    QTest::addColumn<QString>("startText");
+    QTest::addColumn<QString>("stopText");
+    QTest::addColumn<QString>("indicator");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("values") << "Start recording values…"
+                            << "Stop recording values"
+                            << "valueRecordingIndicator"
+                            << "values.csv";
+    QTest::newRow("traffic") << "Start recording traffic…"
+                             << "Stop recording traffic"
+                             << "trafficLogIndicator"
+                             << "traffic.log";
+}
+
+void TestRecordingDialogs::startAndStopFromTheMenu()
+{
+    QFETCH(QString, startText);
+    QFETCH(QString, stopText);
+    QFETCH(QString, indicator);
+    QFETCH(QString, name);
+    MainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    auto *menu = window.findChild<QMenu *>(QStringLiteral("recordingMenu"));
+    QVERIFY(menu);
+    const auto actionText = [menu](const QString &text) -> QAction * {
+        for (QAction *action : menu->actions()) {
+            if (action->text() == text) {
+                return action;
+            }
+        }
+        return nullptr;
+    };
+    QAction *start = actionText(startText);
+    QAction *stop = actionText(stopText);
+    QVERIFY(start && stop);
+    QVERIFY(start->isEnabled());
+    QVERIFY(!stop->isEnabled());
+    auto *label = window.findChild<QLabel *>(indicator);
+    QVERIFY(label);
+    QVERIFY(!label->isVisible());
+
+    const auto clickInMenu = [&](QAction *action) {
+        QMenuBar *bar = window.menuBar();
+        QTest::mouseClick(bar, Qt::LeftButton, {},
+                          bar->actionGeometry(menu->menuAction()).center());
+        QTRY_VERIFY(menu->isVisible());
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+    };
+    whenDialogOpens(
+            [this, name](QFileDialog *dialog) {
+                auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+                edit->setFocus();
+                QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
+                QTest::keyClicks(edit, name);
+                m_dialogHandled = true;
+                QTest::keyClick(edit, Qt::Key_Return);
+            },
+            DialogPolls);
+    clickInMenu(start);
+    QVERIFY(m_dialogHandled);
+    QTRY_VERIFY(window.recording()->values()->isRecording()
+                || window.recording()->trafficLog()->isRecording());
+    QVERIFY(!start->isEnabled());
+    QVERIFY(stop->isEnabled());
+    QVERIFY(label->isVisible());
+    QVERIFY2(label->text().startsWith(QStringLiteral("\u25cf Recording "))
+                     && label->text().contains(name),
+             qPrintable(label->text()));
+
+    clickInMenu(stop);
+    QTRY_VERIFY(!window.recording()->values()->isRecording()
+                && !window.recording()->trafficLog()->isRecording());
+    QVERIFY(start->isEnabled());
+    QVERIFY(!stop->isEnabled());
+    QVERIFY(!label->isVisible());
+    QCOMPARE(filesInFolder(), QStringList{name});
+}
+
+// The operator opens the dialog and chooses at once: the dialog shows the recording folder,
+// also before anything was ever recorded there, and Choose takes it as it is.
+void TestRecordingDialogs::folderDialogStartsInTheRecordingFolder_data()
+{
+    QTest::addColumn<bool>("exists");
+    QTest::newRow("folder exists") << true;
+    QTest::newRow("folder not made yet") << false;
+}
+
+void TestRecordingDialogs::folderDialogStartsInTheRecordingFolder()
+{
+    QFETCH(bool, exists);
+    const QString folder = QDir(m_folder).filePath(QStringLiteral("not yet"));
+    if (exists) {
+        QVERIFY(QDir().mkpath(folder));
+    }
+    RecordingSettings::setFolder(folder);
+    MainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+    QString shownFolder;
+    bool chooseEnabled = false;
+    whenDialogOpens(
+            [&](QFileDialog *dialog) {
+                shownFolder = dialog->directory().absolutePath();
+                auto *buttons = dialog->findChild<QDialogButtonBox *>();
+                QAbstractButton *choose = nullptr;
+                for (QAbstractButton *button : buttons->buttons()) {
+                    if (buttons->buttonRole(button) == QDialogButtonBox::AcceptRole) {
+                        choose = button;
+                    }
+                }
+                chooseEnabled = choose && choose->isEnabled();
+                m_dialogHandled = true;
+                if (choose && choose->isEnabled()) {
+                    QTest::mouseClick(choose, Qt::LeftButton);
+                } else {
+                    dialog->reject();
+                }
+            },
+            DialogPolls);
+    window.findChild<QAction *>(QStringLiteral("recordingFolderAction"))->trigger();
+    QVERIFY(m_dialogHandled);
+    QCOMPARE(shownFolder, QDir(folder).absolutePath());
+    QVERIFY(chooseEnabled);
+    QCOMPARE(QDir(RecordingSettings::folder()).absolutePath(), QDir(folder).absolutePath());
 }
 
 QTEST_MAIN(TestRecordingDialogs)

@@ -164,6 +164,7 @@ private slots:
     void trafficLogUnwritablePathIsReported();
 
     void everyQuantityFindsItsSignal();
+    void absentTemperatureChannelIsNotRecorded();
     void cellsAreEmptyUntilReportedAndAfterLinkLoss();
     void csvParsesWithPythonAndNamesUnits();
     void csvQuotesWhatNeedsIt_data();
@@ -185,6 +186,8 @@ private slots:
     void trendsPageZoomLeavesLiveAndLiveReturns();
     void trendsPageRestsWhileMinimized();
     void trendsPageReadsUnderTheCursorAndPansByDrag();
+    void exportIsFullSizeWhateverTheDock_data();
+    void exportIsFullSizeWhateverTheDock();
 
 private:
     QTemporaryDir m_dir;
@@ -231,9 +234,18 @@ void TestRecordingUnits::trafficLogWritesLinesAsTheyCome()
     // Read back while still open: the line is on disk without a close or a flush.
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("/dev/pts/3:07-123: TX: s7[0Ah]\n"));
+    // The tag carries the time of day to the millisecond.
+    const auto matches = [](const QByteArray &line, const char *pattern) {
+        return QRegularExpression(QString::fromLatin1(pattern))
+                .match(QString::fromLatin1(line))
+                .hasMatch();
+    };
+    QByteArray line = file.readAll();
+    QVERIFY2(matches(line, "^/dev/pts/3:\\d\\d:\\d\\d:07\\.123: TX: s7\\[0Ah\\]\n$"),
+             line.constData());
     writer.slotBytesReceived(QStringLiteral("/dev/pts/3_07-190"), "partial");
-    QCOMPARE(file.readAll(), QByteArray("/dev/pts/3_07-190: RX: partial\n"));
+    line = file.readAll();
+    QVERIFY2(matches(line, "^/dev/pts/3_\\d\\d:\\d\\d:07\\.190: RX: partial\n$"), line.constData());
 
     writer.stop();
     QVERIFY(!writer.isRecording());
@@ -268,9 +280,76 @@ void TestRecordingUnits::everyQuantityFindsItsSignal()
     VelutraController controller(nullptr, nullptr, nullptr, nullptr);
     ValueRecorder recorder;
     QCOMPARE(recorder.attachSources(controller.decoder(), &controller), QStringList());
-    // And a name that is not there is reported, not silently skipped.
+    // And a name that is not there is reported, not silently skipped: every quantity's own
+    // signal and those that tell an absent channel.
+    int signalCount = 0;
+    for (const RecordedQuantities::Quantity &quantity : RecordedQuantities::all()) {
+        ++signalCount;
+        for (const char *signal : quantity.absentWhenZero) {
+            signalCount += signal ? 1 : 0;
+        }
+    }
     QObject nothing;
-    QCOMPARE(recorder.attachSources(&nothing, &nothing).size(), RecordedQuantities::count());
+    QCOMPARE(recorder.attachSources(&nothing, &nothing).size(), signalCount);
+}
+
+// The status record carries ten temperature channels; a laser reports the ones it does not
+// have as 0.00 with set-point and limits 0.00. Those are no measurement: empty cells, no
+// line in the trends. Every temperature has its name and its unit.
+void TestRecordingUnits::absentTemperatureChannelIsNotRecorded()
+{
+    VelutraController controller(nullptr, nullptr, nullptr, nullptr);
+    VelutraResponseDecoder *decoder = controller.decoder();
+    RecordingService service;
+    service.attachController(&controller);
+    ValueRecorder *recorder = service.values();
+    const QString path = m_dir.filePath(QStringLiteral("channels.csv"));
+    QVERIFY(recorder->startFile(path));
+
+    // In the order of the status record: set-point, actual, lower and upper limit.
+    emit decoder->sigfTemperature_set_1Changed(25.0);
+    emit decoder->sigfTemperature_actual_1Changed(25.03);
+    emit decoder->sigfTemperature_min_1Changed(20.0);
+    emit decoder->sigfTemperature_max_1Changed(30.0);
+    emit decoder->sigfTemperature_set_7Changed(0.0);
+    emit decoder->sigfTemperature_actual_7Changed(0.0);
+    emit decoder->sigfTemperature_min_7Changed(0.0);
+    emit decoder->sigfTemperature_max_7Changed(0.0);
+    // A fitted channel that happens to read 0.00 stays a measurement.
+    emit decoder->sigfTemperature_set_2Changed(0.0);
+    emit decoder->sigfTemperature_actual_2Changed(0.0);
+    emit decoder->sigfTemperature_min_2Changed(-10.0);
+    emit decoder->sigfTemperature_max_2Changed(10.0);
+    QCOMPARE(recorder->value(columnOf("Temperature 1")), 25.03);
+    QVERIFY(std::isnan(recorder->value(columnOf("Temperature 7"))));
+    QCOMPARE(recorder->value(columnOf("Temperature 2")), 0.0);
+    recorder->recordRow();
+    recorder->stopFile();
+
+    QString error;
+    const QVector<QStringList> rows = readCsvWithPython(path, &error);
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+    QCOMPARE(rows.size(), 2);
+    for (int channel = 1; channel <= 10; ++channel) {
+        const QString name = QStringLiteral("Temperature %1").arg(channel);
+        QCOMPARE(rows.at(0).at(columnOf(qPrintable(name)) + 1), name + QStringLiteral(" [°C]"));
+    }
+    QCOMPARE(rows.at(1).at(columnOf("Temperature 1") + 1), QStringLiteral("25.03"));
+    QCOMPARE(rows.at(1).at(columnOf("Temperature 2") + 1), QStringLiteral("0"));
+    QCOMPARE(rows.at(1).at(columnOf("Temperature 7") + 1), QString());
+    TrendsModel *trends = service.trends();
+    QCOMPARE(trends->size(), 1);
+    QCOMPARE(trends->value(seriesOf("Temperature 1"), 0), 25.03f);
+    QVERIFY(std::isnan(trends->value(seriesOf("Temperature 7"), 0)));
+
+    // The same channel fitted on the next laser: its value counts from the limits on.
+    recorder->slotLinkUp(false);
+    emit decoder->sigfTemperature_actual_7Changed(31.5);
+    QCOMPARE(recorder->value(columnOf("Temperature 7")), 31.5);
+    emit decoder->sigfTemperature_set_7Changed(30.0);
+    emit decoder->sigfTemperature_min_7Changed(25.0);
+    emit decoder->sigfTemperature_max_7Changed(35.0);
+    QCOMPARE(recorder->value(columnOf("Temperature 7")), 31.5);
 }
 
 void TestRecordingUnits::cellsAreEmptyUntilReportedAndAfterLinkLoss()
@@ -287,7 +366,7 @@ void TestRecordingUnits::cellsAreEmptyUntilReportedAndAfterLinkLoss()
     emit decoder->siguiTmpChar2Changed(uchar(33));
     emit decoder->sigHGCrystalCurRuntimeChanged(quint64(1800000));
     emit controller.setOutputPowerUVMeasuredW(0.25);
-    QCOMPARE(recorder.value(columnOf("Oven 1 actual")), 0.0);
+    QCOMPARE(recorder.value(columnOf("SHG oven actual")), 0.0);
     QCOMPARE(recorder.value(columnOf("Status word")), 33.0);
     QCOMPARE(recorder.value(columnOf("Crystal spot runtime")), 1800000.0);
     QCOMPARE(recorder.value(columnOf("Measured power UV")), 0.25);
@@ -295,9 +374,9 @@ void TestRecordingUnits::cellsAreEmptyUntilReportedAndAfterLinkLoss()
                                           recorder.value(columnOf("Operating state"))),
              QStringLiteral("Standby"));
     // A zero that was reported is "0", never empty; one never reported is empty.
-    QCOMPARE(RecordedQuantities::cellText(columnOf("Oven 1 actual"), 0.0), QStringLiteral("0"));
-    QCOMPARE(RecordedQuantities::cellText(columnOf("Oven 2 actual"),
-                                          recorder.value(columnOf("Oven 2 actual"))),
+    QCOMPARE(RecordedQuantities::cellText(columnOf("SHG oven actual"), 0.0), QStringLiteral("0"));
+    QCOMPARE(RecordedQuantities::cellText(columnOf("THG oven actual"),
+                                          recorder.value(columnOf("THG oven actual"))),
              QString());
 
     recorder.slotLinkUp(true);
@@ -333,7 +412,7 @@ void TestRecordingUnits::csvParsesWithPythonAndNamesUnits()
     const QStringList &header = rows.at(0);
     QCOMPARE(header.size(), RecordedQuantities::count() + 1);
     QCOMPARE(header.at(0), QStringLiteral("Time"));
-    QCOMPARE(header.at(columnOf("Oven 1 actual") + 1), QStringLiteral("Oven 1 actual [°C]"));
+    QCOMPARE(header.at(columnOf("SHG oven actual") + 1), QStringLiteral("SHG oven actual [°C]"));
     QCOMPARE(header.at(columnOf("Set energy") + 1), QStringLiteral("Set energy [µJ]"));
     QCOMPARE(header.at(columnOf("Measured power IR") + 1), QStringLiteral("Measured power IR [W]"));
     QCOMPARE(header.at(columnOf("Status word") + 1), QStringLiteral("Status word"));
@@ -348,11 +427,11 @@ void TestRecordingUnits::csvParsesWithPythonAndNamesUnits()
         }
     }
     const QStringList &row = rows.at(2);
-    QCOMPARE(row.at(columnOf("Oven 1 actual") + 1), QStringLiteral("149.98"));
+    QCOMPARE(row.at(columnOf("SHG oven actual") + 1), QStringLiteral("149.98"));
     QCOMPARE(row.at(columnOf("Humidity") + 1), QStringLiteral("8"));
     QCOMPARE(row.at(columnOf("Operating state") + 1), QStringLiteral("Standby -> Output enabled"));
     QCOMPARE(row.at(columnOf("Set energy") + 1), QStringLiteral("5"));
-    QVERIFY(row.at(columnOf("Oven 2 actual") + 1).isEmpty());
+    QVERIFY(row.at(columnOf("THG oven actual") + 1).isEmpty());
     QVERIFY(QDateTime::fromString(row.at(0), Qt::ISODateWithMs).isValid());
 }
 
@@ -360,8 +439,8 @@ void TestRecordingUnits::csvQuotesWhatNeedsIt_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("field");
-    QTest::newRow("plain") << "Oven 1 actual [°C]"
-                           << "Oven 1 actual [°C]";
+    QTest::newRow("plain") << "SHG oven actual [°C]"
+                           << "SHG oven actual [°C]";
     QTest::newRow("comma") << "a,b"
                            << "\"a,b\"";
     QTest::newRow("quote") << "say \"hi\""
@@ -639,8 +718,8 @@ void TestRecordingUnits::serviceFeedsTrendsFromValues()
     service.values()->recordRow();
     TrendsModel *trends = service.trends();
     QCOMPARE(trends->size(), 1);
-    QCOMPARE(trends->value(seriesOf("Oven 2 actual"), 0), 59.5f);
-    QVERIFY(std::isnan(trends->value(seriesOf("Oven 1 actual"), 0)));
+    QCOMPARE(trends->value(seriesOf("THG oven actual"), 0), 59.5f);
+    QVERIFY(std::isnan(trends->value(seriesOf("SHG oven actual"), 0)));
     // Memory for 24 h at the interval is taken once, not grown.
     QCOMPARE(trends->capacity(), TrendsModel::capacityFor(service.values()->intervalMs()));
 }
@@ -655,24 +734,24 @@ void TestRecordingUnits::trendsPageDrawsAndExports()
     const qint64 start = QDateTime::currentMSecsSinceEpoch() - 300000;
     QVector<float> row(model.seriesCount(), std::numeric_limits<float>::quiet_NaN());
     for (int i = 0; i < 300; ++i) {
-        row[seriesOf("Oven 1 actual")] = 24.5f + 125.5f * (1.0f - std::exp(-float(i) / 40.0f));
-        row[seriesOf("Oven 1 set-point")] = 150.0f;
+        row[seriesOf("SHG oven actual")] = 24.5f + 125.5f * (1.0f - std::exp(-float(i) / 40.0f));
+        row[seriesOf("SHG oven set-point")] = 150.0f;
         row[seriesOf("Humidity")] = 8.0f;
         model.append(start + qint64(i) * 1000, row);
     }
     page.redraw();
     QVERIFY(page.isLive());
     QCOMPARE(page.rangeEnd(), start + 299000);
-    QVERIFY(page.drawnPointCount(seriesOf("Oven 1 actual")) > 100);
-    QCOMPARE(page.drawnPointCount(seriesOf("Oven 2 actual")), 0);
-    QVERIFY(page.readoutAt(start + 299000).contains(QStringLiteral("Oven 1 set-point: 150 °C")));
+    QVERIFY(page.drawnPointCount(seriesOf("SHG oven actual")) > 100);
+    QCOMPARE(page.drawnPointCount(seriesOf("THG oven actual")), 0);
+    QVERIFY(page.readoutAt(start + 299000).contains(QStringLiteral("SHG oven set-point: 150 °C")));
 
     // A hidden series draws nothing and stays hidden for the next page.
     page.setSeriesShown(seriesOf("Humidity"), false);
     QCOMPARE(page.drawnPointCount(seriesOf("Humidity")), 0);
     TrendsPage second(&model);
     QVERIFY(!second.isSeriesShown(seriesOf("Humidity")));
-    QVERIFY(second.isSeriesShown(seriesOf("Oven 1 actual")));
+    QVERIFY(second.isSeriesShown(seriesOf("SHG oven actual")));
     page.setSeriesShown(seriesOf("Humidity"), true);
 
     const QString png = m_dir.filePath(QStringLiteral("trends.png"));
@@ -692,7 +771,7 @@ void TestRecordingUnits::trendsPageDrawsAndExports()
     const QVector<QStringList> rows = readCsvWithPython(csv, &error);
     QVERIFY2(error.isEmpty(), qPrintable(error));
     QCOMPARE(rows.size(), 301);
-    QVERIFY(rows.at(0).contains(QStringLiteral("Oven 1 actual [°C]")));
+    QVERIFY(rows.at(0).contains(QStringLiteral("SHG oven actual [°C]")));
     QVERIFY(!page.exportPlot(m_dir.filePath(QStringLiteral("plainfile/x.png"))));
 }
 
@@ -757,11 +836,11 @@ void TestRecordingUnits::trendsPageReadsUnderTheCursorAndPansByDrag()
     page.show();
     QVERIFY(QTest::qWaitForWindowExposed(&page));
     page.setWindowIndex(0);
-    // Oven 1's value is the sample's number, so the readout tells which sample it found.
+    // The SHG oven's value is the sample's number, so the readout tells which sample it found.
     const qint64 start = 1700000000000;
     QVector<float> row(model.seriesCount(), 20.0f);
     for (int i = 0; i <= 300; ++i) {
-        row[seriesOf("Oven 1 actual")] = float(i);
+        row[seriesOf("SHG oven actual")] = float(i);
         model.append(start + qint64(i) * 1000, row);
     }
     page.redraw();
@@ -786,7 +865,7 @@ void TestRecordingUnits::trendsPageReadsUnderTheCursorAndPansByDrag()
     send(QEvent::MouseMove, viewPoint(0.25), Qt::NoButton, Qt::NoButton);
     const QString text = page.findChild<QLabel *>(QStringLiteral("readout"))->text();
     const QRegularExpressionMatch match
-            = QRegularExpression(QStringLiteral("Oven 1 actual: (\\d+) °C")).match(text);
+            = QRegularExpression(QStringLiteral("SHG oven actual: (\\d+) °C")).match(text);
     QVERIFY2(match.hasMatch(), qPrintable(text));
     QVERIFY2(qAbs(match.captured(1).toInt() - 75) <= 1, qPrintable(text));
 
@@ -799,6 +878,60 @@ void TestRecordingUnits::trendsPageReadsUnderTheCursorAndPansByDrag()
     QVERIFY2(qAbs(page.rangeStart() - (start + 150000)) <= pixel,
              qPrintable(QString::number(page.rangeStart() - start)));
     QCOMPARE(page.rangeEnd() - page.rangeStart(), TrendsPage::WindowsMs[0]);
+}
+
+// The page docked as a strip, or as a floating window: the exported picture is the same full
+// size, with every axis label and title written whole.
+void TestRecordingUnits::exportIsFullSizeWhateverTheDock_data()
+{
+    QTest::addColumn<QSize>("pageSize");
+    QTest::newRow("docked strip") << QSize(1300, 230);
+    QTest::newRow("small floating") << QSize(520, 420);
+    QTest::newRow("large") << QSize(1800, 900);
+}
+
+void TestRecordingUnits::exportIsFullSizeWhateverTheDock()
+{
+    QFETCH(QSize, pageSize);
+    TrendsModel model(RecordedQuantities::trendIndexes().size(), 3600);
+    TrendsPage page(&model);
+    page.resize(pageSize);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    const qint64 start = QDateTime::currentMSecsSinceEpoch() - 300000;
+    QVector<float> row(model.seriesCount(), std::numeric_limits<float>::quiet_NaN());
+    for (int i = 0; i < 300; ++i) {
+        row[seriesOf("SHG oven actual")] = 24.5f + 125.5f * (1.0f - std::exp(-float(i) / 40.0f));
+        row[seriesOf("Humidity")] = 8.0f + float(i % 3);
+        row[seriesOf("Measured power IR")] = 1.5f;
+        model.append(start + qint64(i) * 1000, row);
+    }
+    page.redraw();
+
+    const QString png = m_dir.filePath(QStringLiteral("export-%1.png").arg(pageSize.width()));
+    QVERIFY(page.exportPlot(png));
+    const QImage image(png);
+    QCOMPARE(image.size(), TrendsPage::ExportSize);
+    QStringList texts;
+    QCOMPARE(page.plotImage(&texts).size(), TrendsPage::ExportSize);
+    for (const QString &unit :
+         {QStringLiteral("°C"), QStringLiteral("% RH"), QStringLiteral("W")}) {
+        QVERIFY2(texts.contains(unit), qPrintable(texts.join(QStringLiteral(" | "))));
+    }
+    QVERIFY2(texts.size() > 20, qPrintable(texts.join(QStringLiteral(" | "))));
+    for (const QString &text : qAsConst(texts)) {
+        QVERIFY2(!text.contains(QStringLiteral("...")) && !text.contains(QChar(0x2026)),
+                 qPrintable(texts.join(QStringLiteral(" | "))));
+    }
+    // The time labels say the time.
+    QVERIFY(texts.filter(QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d:\\d\\d$"))).size() >= 3);
+    const QString folder = qEnvironmentVariable("VELUTRA_SCREENSHOT_DIR");
+    if (!folder.isEmpty()) {
+        image.save(QStringLiteral("%1/trends-export-from-%2x%3.png")
+                           .arg(folder)
+                           .arg(pageSize.width())
+                           .arg(pageSize.height()));
+    }
 }
 
 QTEST_MAIN(TestRecordingUnits)

@@ -44,7 +44,10 @@ private slots:
             }
         }
         QCOMPARE(names,
-                 (QStringList{QStringLiteral("Record values…"), QStringLiteral("Record traffic…"),
+                 (QStringList{QStringLiteral("Start recording values…"),
+                              QStringLiteral("Stop recording values"),
+                              QStringLiteral("Start recording traffic…"),
+                              QStringLiteral("Stop recording traffic"),
                               QStringLiteral("Recording interval…"),
                               QStringLiteral("Recording folder…"), QStringLiteral("Trends")}));
         QVERIFY(window.trendsPage());
@@ -61,12 +64,14 @@ private slots:
         QVERIFY(box->isChecked());
         QVERIFY2(label->text().startsWith(QStringLiteral("traffic.log (")),
                  qPrintable(label->text()));
-        QVERIFY(window.findChild<QAction *>(QStringLiteral("recordTrafficAction"))->isChecked());
+        QVERIFY(window.findChild<QAction *>(QStringLiteral("stopTrafficLogAction"))->isEnabled());
+        QVERIFY(!window.findChild<QAction *>(QStringLiteral("startTrafficLogAction"))->isEnabled());
         // Clearing the box stops the log.
         box->click();
         QVERIFY(!window.recording()->trafficLog()->isRecording());
         QVERIFY(label->text().isEmpty());
-        QVERIFY(!window.findChild<QAction *>(QStringLiteral("recordTrafficAction"))->isChecked());
+        QVERIFY(!window.findChild<QAction *>(QStringLiteral("stopTrafficLogAction"))->isEnabled());
+        QVERIFY(window.findChild<QAction *>(QStringLiteral("startTrafficLogAction"))->isEnabled());
     }
 
     void unwritablePathsCostOnlyAMessage()
@@ -85,10 +90,12 @@ private slots:
         QVERIFY2(log.contains(QStringLiteral("Value recording: cannot write to %1").arg(values)),
                  qPrintable(log));
         QVERIFY(!window.findChild<QCheckBox *>(QStringLiteral("checkBoxRecord"))->isChecked());
-        QVERIFY(!window.findChild<QAction *>(QStringLiteral("recordValuesAction"))->isChecked());
+        QVERIFY(!window.findChild<QAction *>(QStringLiteral("stopValueRecordingAction"))
+                         ->isEnabled());
         // And the window carries on: a good path works right after.
         QVERIFY(window.startValueRecording(m_home.filePath(QStringLiteral("values.csv"))));
-        QVERIFY(window.findChild<QAction *>(QStringLiteral("recordValuesAction"))->isChecked());
+        QVERIFY(window.findChild<QAction *>(QStringLiteral("stopValueRecordingAction"))
+                        ->isEnabled());
         window.recording()->values()->stopFile();
     }
 

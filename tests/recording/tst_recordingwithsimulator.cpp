@@ -300,8 +300,8 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
     QVERIFY(values->startFile(path));
 
     const auto known = [values] {
-        return values->value(columnOf("Oven 1 set-point")) == 150.0
-               && values->value(columnOf("Oven 2 set-point")) == 60.0
+        return values->value(columnOf("SHG oven set-point")) == 150.0
+               && values->value(columnOf("THG oven set-point")) == 60.0
                && values->value(columnOf("Crystal spot")) == 3.0
                // About 8 %, with the device's measurement noise.
                && qAbs(values->value(columnOf("Humidity")) - 8.0) <= 1.0
@@ -332,7 +332,8 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
     const QVector<QStringList> rows = readCsvWithPython(path, &error);
     QVERIFY2(error.isEmpty(), qPrintable(error));
     QVERIFY(rows.size() > 10);
-    QCOMPARE(rows.at(0).at(columnOf("Oven 1 actual") + 1), QStringLiteral("Oven 1 actual [°C]"));
+    QCOMPARE(rows.at(0).at(columnOf("SHG oven actual") + 1),
+             QStringLiteral("SHG oven actual [°C]"));
     const auto cell = [](const QStringList &row, const char *name) {
         return row.at(columnOf(name) + 1);
     };
@@ -350,18 +351,28 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
     int phase = 0;
     int filledRows = 0;
     int ovenRows = 0;
+    int temperatureRows = 0;
     for (int i = 1; i < rows.size(); ++i) {
         const QStringList &row = rows.at(i);
-        const bool complete = cell(row, "Oven 1 set-point") == QLatin1String("150")
-                              && cell(row, "Oven 2 set-point") == QLatin1String("60")
+        const bool complete = cell(row, "SHG oven set-point") == QLatin1String("150")
+                              && cell(row, "THG oven set-point") == QLatin1String("60")
                               && cell(row, "Crystal spot") == QLatin1String("3")
                               && cell(row, "Status word") == QLatin1String("9")
                               && qAbs(cell(row, "Humidity").toInt() - 8) <= 1
                               && cell(row, "Module error code") == QLatin1String("0");
         if (complete) {
             ++filledRows;
+            // The virtual laser has six temperature channels; the other four are no
+            // measurement and stay empty, never 0.
+            for (const char *absent :
+                 {"Temperature 7", "Temperature 8", "Temperature 9", "Temperature 10"}) {
+                QVERIFY2(cell(row, absent).isEmpty(), absent);
+            }
+            if (!cell(row, "Temperature 1").isEmpty()) {
+                ++temperatureRows;
+            }
             bool number = false;
-            const double oven = cell(row, "Oven 1 actual").toDouble(&number);
+            const double oven = cell(row, "SHG oven actual").toDouble(&number);
             if (number) {
                 ++ovenRows;
                 QVERIFY(oven > 20.0 && oven < 155.0);
@@ -376,6 +387,7 @@ void TestRecordingWithSimulator::valuesMatchTheSimulatorAcrossAReconnect()
     QCOMPARE(phase, 3);
     QVERIFY(filledRows >= 4);
     QVERIFY(ovenRows >= 2);
+    QVERIFY(temperatureRows >= 2);
 }
 
 void TestRecordingWithSimulator::trendsFillWhileTheOvensWarmUp()
@@ -409,7 +421,7 @@ void TestRecordingWithSimulator::trendsFillWhileTheOvensWarmUp()
 
     QTRY_VERIFY_WITH_TIMEOUT(m_linkUp && m_controller, 20000);
     // The module starts heating at power-up; let it cool to near room temperature first.
-    const int oven1Column = columnOf("Oven 1 actual");
+    const int oven1Column = columnOf("SHG oven actual");
     m_controller->slotSendManualCommand("ls_enable=2\n");
     QTRY_VERIFY_WITH_TIMEOUT(values->value(oven1Column) < 35.0, 30000);
     const int warmUpStart = model.size() - 1;

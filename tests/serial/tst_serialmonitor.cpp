@@ -4,7 +4,10 @@
 // very long lines cut on display.
 
 #include "serialmonitor.h"
+#include "traffictag.h"
 
+#include <QAbstractTextDocumentLayout>
+#include <QCheckBox>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScrollBar>
@@ -88,6 +91,11 @@ private slots:
     void scrolledUpViewDoesNotFollow();
     void clearEmptiesTheView();
     void viewIsBounded();
+    void timeOfDayIsPutBack_data();
+    void timeOfDayIsPutBack();
+    void pauseHoldsTheViewAndResumeShowsEverything();
+    void typedCommandsOnlyHidesThePolling();
+    void scrolledUpViewStaysOnItsLineWhileTheTopIsCut();
 
 private:
     static QPlainTextEdit *view(SerialMonitor &monitor);
@@ -177,13 +185,14 @@ void TestSerialMonitor::viewShowsColouredFragments()
         QString text;
         QColor colour;
     };
+    // The tag shows the time of day of the line to the millisecond.
     const QList<QList<Expected>> expected{
-            {{"COM3:07-042: ", QColor(0x00, 0x00, 0x00)},
-             {"TX:", QColor(0x00, 0x00, 0xff)},
-             {"61h 62h 0Ah ", QColor(0xff, 0x00, 0xff)}},
-            {{"COM3:07-050: ", QColor(0x00, 0x00, 0x00)},
-             {"RX:", QColor(0x00, 0xaa, 0xff)},
-             {"63h 64h 0Dh ", QColor(0xff, 0x00, 0xff)}},
+            {{"^COM3:\\d\\d:\\d\\d:07\\.042: $", QColor(0x00, 0x00, 0x00)},
+             {"^TX:$", QColor(0x00, 0x00, 0xff)},
+             {"^61h 62h 0Ah $", QColor(0xff, 0x00, 0xff)}},
+            {{"^COM3:\\d\\d:\\d\\d:07\\.050: $", QColor(0x00, 0x00, 0x00)},
+             {"^RX:$", QColor(0x00, 0xaa, 0xff)},
+             {"^63h 64h 0Dh $", QColor(0xff, 0x00, 0xff)}},
     };
     QTextBlock block = edit->document()->firstBlock();
     for (const QList<Expected> &line : expected) {
@@ -197,7 +206,10 @@ void TestSerialMonitor::viewShowsColouredFragments()
         }
         QCOMPARE(coloured.size(), line.size());
         for (int index = 0; index < line.size(); ++index) {
-            QCOMPARE(coloured.at(index).text, line.at(index).text);
+            QVERIFY2(QRegularExpression(line.at(index).text)
+                             .match(coloured.at(index).text)
+                             .hasMatch(),
+                     qPrintable(coloured.at(index).text));
             QCOMPARE(coloured.at(index).colour, line.at(index).colour);
         }
         block = block.next();
@@ -378,29 +390,41 @@ void TestSerialMonitor::viewLooksLikeRichTextLine_data()
 }
 
 // The view shows a line exactly as the rich-text line of formatTrafficLine() reads when
-// appended to a plain-text view: the same text, the same runs in the same colours.
+// appended to a plain-text view: the same text, the same runs in the same colours, with the
+// tag's time of day put back.
 void TestSerialMonitor::viewLooksLikeRichTextLine()
 {
     QFETCH(QString, direction);
     QFETCH(QByteArray, bytes);
     const QString tag = QStringLiteral("COM3:07-042");
 
-    QPlainTextEdit reference;
-    reference.appendHtml(SerialMonitor::formatTrafficLine(tag, direction, bytes));
-    const ShownLine expected = shownLine(reference.document()->firstBlock());
-
     SerialMonitor monitor;
     QVERIFY(showMonitor(monitor));
+    const QTime before = QTime::currentTime();
     if (direction == QLatin1String("TX:")) {
         monitor.slotBytesTransmitted(tag, bytes);
     } else {
         monitor.slotBytesReceived(tag, bytes);
     }
+    const QTime after = QTime::currentTime();
     QPlainTextEdit *edit = view(monitor);
     QVERIFY(edit);
     QTRY_VERIFY(!edit->document()->isEmpty());
     QCOMPARE(edit->document()->blockCount(), 1);
     const ShownLine shown = shownLine(edit->document()->firstBlock());
+
+    // The line arrived between the two readings of the clock; only a minute turning over at
+    // 07.042 between them makes the two differ.
+    ShownLine expected;
+    for (const QTime &arrival : {before, after}) {
+        QPlainTextEdit reference;
+        reference.appendHtml(SerialMonitor::formatTrafficLine(
+                TrafficTag::withTimeOfDay(tag, arrival), direction, bytes));
+        expected = shownLine(reference.document()->firstBlock());
+        if (expected.text == shown.text) {
+            break;
+        }
+    }
     QCOMPARE(shown.text, expected.text);
     QCOMPARE(shown.runs, expected.runs);
 }
@@ -426,9 +450,9 @@ void TestSerialMonitor::linesArriveInBatches()
     QTextBlock block = edit->document()->firstBlock();
     for (int index = 0; index < Lines; ++index) {
         QVERIFY(block.isValid());
-        QVERIFY2(block.text().startsWith(QStringLiteral("COM3:00-%1: RX: line ")
-                                                 .arg(index, 3, 10, QLatin1Char('0'))),
-                 qPrintable(block.text()));
+        const QRegularExpression line(QStringLiteral("^COM3:\\d\\d:\\d\\d:00\\.%1: RX: line ")
+                                              .arg(index, 3, 10, QLatin1Char('0')));
+        QVERIFY2(line.match(block.text()).hasMatch(), qPrintable(block.text()));
         block = block.next();
     }
 }
@@ -623,6 +647,209 @@ void TestSerialMonitor::viewIsBounded()
              qPrintable(QString::number(heapAfter - heapWhenFull)));
     QVERIFY2(heapAfter - heapBefore < 10 * 1000 * 1000,
              qPrintable(QString::number(heapAfter - heapBefore)));
+}
+
+void TestSerialMonitor::timeOfDayIsPutBack_data()
+{
+    QTest::addColumn<QString>("tag");
+    QTest::addColumn<QTime>("arrival");
+    QTest::addColumn<QString>("shown");
+
+    QTest::newRow("same minute") << "COM3:07-042" << QTime(14, 31, 7, 50) << "COM3:14:31:07.042";
+    QTest::newRow("arrived at the same millisecond")
+            << "COM3:07-042" << QTime(14, 31, 7, 42) << "COM3:14:31:07.042";
+    QTest::newRow("tagged in the minute before")
+            << "COM3:59-990" << QTime(14, 32, 0, 5) << "COM3:14:31:59.990";
+    QTest::newRow("tagged before midnight")
+            << "COM3:59-999" << QTime(0, 0, 0, 10) << "COM3:23:59:59.999";
+    QTest::newRow("partial line") << "/dev/pts/3_07-190" << QTime(9, 0, 7, 200)
+                                  << "/dev/pts/3_09:00:07.190";
+    QTest::newRow("not a traffic tag") << "COM3:4999" << QTime(9, 0, 7) << "COM3:4999";
+    QTest::newRow("seconds out of range") << "COM3:60-000" << QTime(9, 0, 7) << "COM3:60-000";
+    QTest::newRow("no port") << "07-042" << QTime(9, 0, 7) << "07-042";
+    QTest::newRow("short") << "t" << QTime(9, 0, 7) << "t";
+}
+
+void TestSerialMonitor::timeOfDayIsPutBack()
+{
+    QFETCH(QString, tag);
+    QFETCH(QTime, arrival);
+    QFETCH(QString, shown);
+    QCOMPARE(TrafficTag::withTimeOfDay(tag, arrival), shown);
+}
+
+// The operator pauses to read, traffic goes on for longer than a polling cycle, and all of
+// it shows once the view is resumed.
+void TestSerialMonitor::pauseHoldsTheViewAndResumeShowsEverything()
+{
+    SerialMonitor monitor;
+    QVERIFY(showMonitor(monitor));
+    QPlainTextEdit *edit = view(monitor);
+    QVERIFY(edit);
+    auto *pause = monitor.findChild<QToolButton *>(QStringLiteral("toolButtonPause"));
+    QVERIFY(pause);
+    QVERIFY(pause->isCheckable());
+    for (int index = 0; index < 10; ++index) {
+        monitor.slotBytesReceived(QStringLiteral("COM3:00-000"),
+                                  QByteArray("before ") + QByteArray::number(index) + '\r');
+    }
+    QTRY_COMPARE(edit->document()->blockCount(), 10);
+
+    QTest::mouseClick(pause, Qt::LeftButton);
+    QVERIFY(pause->isChecked());
+    // More than a hidden page keeps, fewer than the view holds.
+    static constexpr int PausedLines = 3000;
+    for (int index = 0; index < PausedLines; ++index) {
+        monitor.slotBytesReceived(QStringLiteral("COM3:00-001"),
+                                  QByteArray("during ") + QByteArray::number(index) + '\r');
+    }
+    // Several renderings' worth, more than a polling cycle: the view stands still.
+    QTest::qWait(1500);
+    QCOMPARE(edit->document()->blockCount(), 10);
+    QVERIFY(edit->document()->lastBlock().text().contains(QLatin1String("before 9")));
+
+    QTest::mouseClick(pause, Qt::LeftButton);
+    QVERIFY(!pause->isChecked());
+    QTRY_COMPARE_WITH_TIMEOUT(edit->document()->blockCount(), 10 + PausedLines, 20000);
+    // Every line, in order, nothing left out.
+    QVERIFY(!edit->toPlainText().contains(QLatin1String("not shown")));
+    QVERIFY(edit->document()->findBlockByNumber(10).text().contains(QLatin1String("during 0 ")));
+    QVERIFY(edit->document()->lastBlock().text().contains(
+            QStringLiteral("during %1 ").arg(PausedLines - 1)));
+}
+
+// Polling before, between and after a command typed by the operator: with the filter on,
+// only the typed command and what the device answered to it stay on screen.
+void TestSerialMonitor::typedCommandsOnlyHidesThePolling()
+{
+    SerialMonitor monitor;
+    QVERIFY(showMonitor(monitor));
+    monitor.setPortOpen(true);
+    QPlainTextEdit *edit = view(monitor);
+    QVERIFY(edit);
+    QLineEdit *line = monitor.findChild<QLineEdit *>(QStringLiteral("lineEditCommand"));
+    QVERIFY(line);
+    auto *typedOnly = monitor.findChild<QCheckBox *>(QStringLiteral("checkBoxTypedOnly"));
+    QVERIFY(typedOnly);
+    QSignalSpy sent(&monitor, &SerialMonitor::sigSendCommand);
+
+    const auto poll = [&monitor](const QByteArray &command, const QByteArray &reply) {
+        monitor.slotBytesTransmitted(QStringLiteral("COM3:01-000"), command + '\n');
+        monitor.slotBytesReceived(QStringLiteral("COM3:01-010"), command + '\r');
+        monitor.slotBytesReceived(QStringLiteral("COM3:01-020"), reply + '\r');
+    };
+    poll("s7", "s7 1 2 3");
+    QTest::keyClicks(line, QStringLiteral("ls_wavelength?"));
+    QTest::keyClick(line, Qt::Key_Return);
+    QCOMPARE(sent.count(), 1);
+    // The controller queues the typed command behind a polling turn.
+    poll("s8", "s8 4 5 6");
+    poll("ls_wavelength?", "ZEL HG\tWavelength=1");
+    poll("s9", "s9 7 8 9");
+    QTRY_COMPARE(edit->document()->blockCount(), 12);
+
+    const auto shownTexts = [edit] {
+        QStringList texts;
+        for (QTextBlock block = edit->document()->begin(); block.isValid(); block = block.next()) {
+            if (block.isVisible()) {
+                texts << block.text().section(QStringLiteral(": "), 1);
+            }
+        }
+        return texts;
+    };
+    const auto shownLineCount = [edit] {
+        return qRound(edit->document()->documentLayout()->documentSize().height());
+    };
+    QCOMPARE(shownTexts().size(), 12);
+
+    QTest::mouseClick(typedOnly, Qt::LeftButton, {}, QPoint(8, typedOnly->height() / 2));
+    QVERIFY(typedOnly->isChecked());
+    const QStringList typedExchange{QStringLiteral("TX: ls_wavelength?"),
+                                    QStringLiteral("RX: ls_wavelength?"),
+                                    QStringLiteral("RX: ZEL HG Wavelength=1")};
+    QStringList shown = shownTexts();
+    QCOMPARE(shown.size(), typedExchange.size());
+    for (int index = 0; index < shown.size(); ++index) {
+        QVERIFY2(shown.at(index).startsWith(typedExchange.at(index)), qPrintable(shown.at(index)));
+    }
+    // What the view lays out and draws is those three lines.
+    QCOMPARE(shownLineCount(), typedExchange.size());
+    QVERIFY(edit->cursorForPosition(QPoint(4, 4))
+                    .block()
+                    .text()
+                    .contains(QLatin1String("TX: ls_wavelength?")));
+
+    // Polling that comes while the filter is on stays out of sight; the next typed exchange
+    // joins the first.
+    QTest::keyClicks(line, QStringLiteral("ls_humidity?"));
+    QTest::keyClick(line, Qt::Key_Return);
+    poll("s6", "s6 1");
+    poll("ls_humidity?", "ZEL HG\tHumidity=8 %");
+    QTRY_COMPARE(edit->document()->blockCount(), 18);
+    shown = shownTexts();
+    QCOMPARE(shown.size(), 6);
+    QVERIFY2(shown.at(3).startsWith(QLatin1String("TX: ls_humidity?")), qPrintable(shown.at(3)));
+    QVERIFY2(shown.at(5).startsWith(QLatin1String("RX: ZEL HG Humidity=8 %")),
+             qPrintable(shown.at(5)));
+
+    // Off again, everything is back.
+    QTest::mouseClick(typedOnly, Qt::LeftButton, {}, QPoint(8, typedOnly->height() / 2));
+    QVERIFY(!typedOnly->isChecked());
+    QCOMPARE(shownTexts().size(), 18);
+    QCOMPARE(shownLineCount(), 18);
+}
+
+// The operator reads older lines while the traffic goes on and the view cuts its oldest
+// lines: the line at the top of the view stays there.
+void TestSerialMonitor::scrolledUpViewStaysOnItsLineWhileTheTopIsCut()
+{
+    SerialMonitor monitor;
+    QVERIFY(showMonitor(monitor));
+    QPlainTextEdit *edit = view(monitor);
+    QVERIFY(edit);
+    QScrollBar *bar = edit->verticalScrollBar();
+    int sent = 0;
+    // In bursts that the view takes whole, as it takes the polling.
+    const auto feed = [&](int count) {
+        static constexpr int Burst = 1000;
+        for (int end = sent + count; sent < end;) {
+            for (const int burstEnd = qMin(sent + Burst, end); sent < burstEnd; ++sent) {
+                monitor.slotBytesReceived(QStringLiteral("COM3:00-000"),
+                                          QByteArray("line ") + QByteArray::number(sent) + '\r');
+            }
+            const QString newest = QStringLiteral("RX: line %1 ").arg(sent - 1);
+            if (!QTest::qWaitFor(
+                        [&] { return edit->document()->lastBlock().text().contains(newest); },
+                        30000)) {
+                return false;
+            }
+        }
+        return true;
+    };
+    QVERIFY(feed(SerialMonitor::MaximumLines));
+    QCOMPARE(edit->document()->blockCount(), SerialMonitor::MaximumLines);
+
+    // Up to the middle of what the view holds.
+    bar->setValue(bar->maximum() / 2);
+    QCoreApplication::processEvents();
+    const QString reading = edit->cursorForPosition(QPoint(4, 4)).block().text();
+    QVERIFY(reading.contains(QLatin1String("RX: line ")));
+
+    // More than the view holds comes meanwhile: the oldest lines are cut, at the top.
+    QVERIFY(feed(SerialMonitor::MaximumLines / 2 + 100));
+    QVERIFY(feed(SerialMonitor::MaximumLines / 2 + 100));
+    QCoreApplication::processEvents();
+    QVERIFY2(!edit->document()->firstBlock().text().contains(QLatin1String("RX: line 0 ")),
+             qPrintable(edit->document()->firstBlock().text()));
+    QCOMPARE(edit->cursorForPosition(QPoint(4, 4)).block().text(), reading);
+    QVERIFY(edit->document()->blockCount() <= SerialMonitor::MaximumHeldLines);
+
+    // Back at the bottom, the view follows and keeps to its size again.
+    bar->setValue(bar->maximum());
+    QVERIFY(feed(100));
+    QCoreApplication::processEvents();
+    QCOMPARE(bar->value(), bar->maximum());
+    QVERIFY(edit->document()->blockCount() <= SerialMonitor::MaximumLines);
 }
 
 QTEST_MAIN(TestSerialMonitor)
