@@ -268,10 +268,22 @@ void MainWindow::restoreMainWindowState()
     // First start: the window takes the screen it opens on, the docks only what they need,
     // and the control panel the rest.
     const QRect available = availableScreenArea();
-    fitToScreen(available, FirstStartSideDockWidth, FirstStartBottomDockHeight);
+    fitToScreen(available, firstStartSideDockWidth(available.size()),
+                firstStartBottomDockHeight(available.size()));
     if (isSmallScreen(available.size())) {
         setWindowState(windowState() | Qt::WindowMaximized);
     }
+}
+
+int MainWindow::firstStartSideDockWidth(const QSize &screen)
+{
+    // The panel's six tabs need all of a laptop's width beside the side panel.
+    return qBound(220, (screen.width() - 1200) / 2, 420);
+}
+
+int MainWindow::firstStartBottomDockHeight(const QSize &screen)
+{
+    return qBound(200, screen.height() * 3 / 10, 320);
 }
 
 void MainWindow::closeApplication()

@@ -50,8 +50,10 @@ public:
     // more likely a hung adapter, which only a fresh open can cure.
     static constexpr int LinkRecoveryMs = 12000;
     // Dock sizes of the very first start, before the operator has arranged anything.
-    static constexpr int FirstStartSideDockWidth = 220;
-    static constexpr int FirstStartBottomDockHeight = 290;
+    // A share of the screen within bounds: on a laptop the panel needs most of the height,
+    // on a lab screen the log is read beside the panel without wrapping every line.
+    static int firstStartSideDockWidth(const QSize &screen);
+    static int firstStartBottomDockHeight(const QSize &screen);
     // ---- Recording (mainwindow_recording.cpp) ----
     // What the Recording menu does once a file is chosen (command line --traffic-log, --record).
     bool startTrafficLog(const QString &path);

@@ -8,6 +8,7 @@
 #include "applicationidentity.h"
 #include "guiwidget.h"
 #include "mainwindow.h"
+#include "optionsdialog.h"
 #include "recordingservice.h"
 #include "serialportlist.h"
 #include "simulatorsession.h"
@@ -16,6 +17,7 @@
 #include "trendspage.h"
 #include "velutracontroller.h"
 
+#include <QAction>
 #include <QDockWidget>
 #include <QGraphicsScene>
 #include <QGraphicsTextItem>
@@ -144,8 +146,8 @@ void TestWindowSizes::connectedWindowFitsTheScreen()
     // The first start on a screen of this size; the test platform's own screen is smaller
     // than either, and a maximized window would take that one's size.
     window.setWindowState(Qt::WindowNoState);
-    window.fitToScreen(QRect(QPoint(0, 0), screen), MainWindow::FirstStartSideDockWidth,
-                       MainWindow::FirstStartBottomDockHeight);
+    window.fitToScreen(QRect(QPoint(0, 0), screen), MainWindow::firstStartSideDockWidth(screen),
+                       MainWindow::firstStartBottomDockHeight(screen));
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     QTRY_COMPARE(window.size(), screen);
@@ -225,6 +227,22 @@ void TestWindowSizes::connectedWindowFitsTheScreen()
         QVERIFY(windowLabel->width() >= windowLabel->sizeHint().width());
     }
     monitorDock->raise();
+
+    // File → Options…, as it opens over the window: it lists the program's own pages.
+    QAction *optionsAction = nullptr;
+    const QList<QAction *> actions = window.findChildren<QAction *>();
+    for (QAction *action : actions) {
+        if (action->text().startsWith(QStringLiteral("&Options"))) {
+            optionsAction = action;
+            break;
+        }
+    }
+    QVERIFY(optionsAction);
+    optionsAction->trigger();
+    OptionsDialog *options = nullptr;
+    QTRY_VERIFY((options = window.findChild<OptionsDialog *>()) && options->isVisible());
+    saveShot(options->grab(), QStringLiteral("options") + suffix);
+    options->reject();
 }
 
 QTEST_MAIN(TestWindowSizes)
