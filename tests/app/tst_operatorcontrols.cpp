@@ -9,6 +9,7 @@
 #include "guiwidget.h"
 #include "lineedit.h"
 #include "mainwindow.h"
+#include "reconnecttesthome.h"
 #include "scaleslider.h"
 #include "serialportlist.h"
 #include "simprocess.h"
@@ -117,15 +118,7 @@ private:
 
 void TestOperatorControls::initTestCase()
 {
-    QVERIFY(m_home.isValid());
-    qputenv("XDG_CONFIG_HOME", m_home.filePath(QStringLiteral("config")).toUtf8());
-    qputenv("XDG_DATA_HOME", m_home.filePath(QStringLiteral("data")).toUtf8());
-    const QString runtime = m_home.filePath(QStringLiteral("runtime"));
-    QVERIFY(QDir().mkpath(runtime));
-    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
-    ApplicationIdentity::apply(QCoreApplication::instance());
-    SerialportList::setIncludeSystemPorts(false);
+    QVERIFY(makeTestHome(m_home));
 }
 
 void TestOperatorControls::cleanup()

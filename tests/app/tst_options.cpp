@@ -4,6 +4,7 @@
 
 #include "applicationidentity.h"
 #include "mainwindow.h"
+#include "reconnecttesthome.h"
 #include "optionsdialog.h"
 #include "reconnectoption.h"
 #include "serialportlist.h"
@@ -48,15 +49,7 @@ class TestOptions : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_home.isValid());
-        qputenv("XDG_CONFIG_HOME", m_home.filePath(QStringLiteral("config")).toUtf8());
-        qputenv("XDG_DATA_HOME", m_home.filePath(QStringLiteral("data")).toUtf8());
-        const QString runtime = m_home.filePath(QStringLiteral("runtime"));
-        QDir().mkpath(runtime);
-        QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
-        ApplicationIdentity::apply(QCoreApplication::instance());
-        SerialportList::setIncludeSystemPorts(false);
+        QVERIFY(makeTestHome(m_home));
     }
 
     void reconnectSwitchWithApplyCancelAndOk()
