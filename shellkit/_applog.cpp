@@ -54,8 +54,15 @@ QString _AppLog::storedLogPath()
 
 QString _AppLog::timeStampedLine(const QString &line)
 {
+    // A device line handed on whole still carries its CR or LF, which the document would
+    // turn into an empty line of its own under the message.
+    int end = line.size();
+    while (end > 0
+           && (line.at(end - 1) == QLatin1Char('\r') || line.at(end - 1) == QLatin1Char('\n'))) {
+        --end;
+    }
     return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"))
-           + QStringLiteral("  ") + line;
+           + QStringLiteral("  ") + line.left(end);
 }
 
 void _AppLog::LoadLog()

@@ -37,6 +37,25 @@ private slots:
         QVERIFY(document->lastBlock().text().endsWith(QStringLiteral("second")));
     }
 
+    void deviceLineEndsMakeNoEmptyLine_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::newRow("CR") << QStringLiteral("Velutra message: d2?\r");
+        QTest::newRow("LF") << QStringLiteral("Velutra message: d2?\n");
+        QTest::newRow("CR LF") << QStringLiteral("Velutra message: d2?\r\n");
+    }
+
+    void deviceLineEndsMakeNoEmptyLine()
+    {
+        QFETCH(QString, line);
+        _AppLog::WriteLogLine(line);
+        _AppLog::WriteLogLine(QStringLiteral("next"));
+        QTextDocument *document = _AppLog::getLogDocument();
+        QCOMPARE(document->blockCount(), 2);
+        QVERIFY(document->firstBlock().text().endsWith(QStringLiteral("Velutra message: d2?")));
+        QVERIFY(document->lastBlock().text().endsWith(QStringLiteral("  next")));
+    }
+
     void linesFromAnotherThreadArriveInOrder()
     {
         QThread *worker = QThread::create([] {
