@@ -6,8 +6,14 @@
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/time.h>
 #include <termios.h>
 #include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 
 PtyDevice::PtyDevice()
 {
@@ -39,6 +45,56 @@ PtyDevice::PtyDevice()
     }
     const int flags = fcntl(m_masterFd, F_GETFL);
     fcntl(m_masterFd, F_SETFL, flags | O_NONBLOCK);
+
+    m_lockPath = serialLockPath(m_slavePath);
+    m_foreignOpenGuard = std::make_unique<QLockFile>(m_lockPath);
+    m_foreignOpenGuard->setStaleLockTime(0);
+    if (!m_foreignOpenGuard->tryLock()) {
+        m_errorText = QStringLiteral("%1 is already locked by another program").arg(m_slavePath);
+        ::close(m_masterFd);
+        m_masterFd = -1;
+        return;
+    }
+    m_linkFolder = std::make_unique<QTemporaryDir>();
+    m_linkPath = m_linkFolder->filePath(QStringLiteral("laser"));
+    if (!m_linkFolder->isValid()
+        || ::symlink(name, QFile::encodeName(m_linkPath).constData()) != 0) {
+        m_errorText = QStringLiteral("cannot link %1 to %2").arg(m_linkPath, m_slavePath);
+        ::close(m_masterFd);
+        m_masterFd = -1;
+    }
+}
+
+QString PtyDevice::serialLockPath(const QString &devicePath)
+{
+    // Where and under which name a serial port takes its lock: "LCK.." and the name
+    // below /dev with its slashes made underscores, in the first of the usual lock
+    // folders that can be written.
+    static const char *const folders[]
+            = {"/var/lock", "/etc/locks", "/var/spool/locks",  "/var/spool/uucp",
+               "/tmp",      "/var/tmp",   "/var/lock/lockdev", "/run/lock"};
+    QString name = devicePath;
+    if (name.startsWith(QLatin1String("/dev/"))) {
+        name = name.mid(5);
+    }
+    name.replace(QLatin1Char('/'), QLatin1Char('_'));
+    for (const char *folder : folders) {
+        const QFileInfo info(QString::fromLatin1(folder));
+        if (info.isDir() && info.isReadable() && info.isWritable()) {
+            return info.filePath() + QStringLiteral("/LCK..") + name;
+        }
+    }
+    return QDir::tempPath() + QStringLiteral("/LCK..") + name;
+}
+
+int PtyDevice::unreadByProgram() const
+{
+    // The kept slave descriptor shares the program's input queue.
+    int count = 0;
+    if (m_slaveFd < 0 || ::ioctl(m_slaveFd, FIONREAD, &count) != 0) {
+        return -1;
+    }
+    return count;
 }
 
 PtyDevice::~PtyDevice()
@@ -76,9 +132,16 @@ void PtyDevice::stop()
 
 void PtyDevice::run()
 {
+    // Other programs take a lock older than 30 s for a forgotten one; keep it young.
+    const QByteArray lockPath = QFile::encodeName(m_lockPath);
+    qint64 touchedNs = nowNs();
     while (m_running) {
         if (!pump(20)) {
             break;
+        }
+        if (!lockPath.isEmpty() && nowNs() - touchedNs > qint64(5) * 1000 * 1000 * 1000) {
+            touchedNs = nowNs();
+            ::utimes(lockPath.constData(), nullptr);
         }
     }
 }

@@ -27,6 +27,7 @@ private slots:
     void secondOpenClosesFirstPort();
     void closeWithoutPortIsHarmless();
     void requestsBeforeFirstTick();
+    void anotherProgramCannotTakeTheDevicePort();
     void errorTexts_data();
     void errorTexts();
     void repeatedReadErrorsAreReportedOnce();
@@ -110,8 +111,9 @@ void TestSerialHandlerFraming::partialLineWaitsForItsEnd()
     QVERIFY(openDevice(rig, device));
 
     device.write("Velu");
-    // The handler sends no signal for a partial line: give it time to read.
-    QTest::qWait(150);
+    // The handler sends no signal for a partial line: wait until it has read it.
+    QVERIFY(waitFor([&device] { return device.unreadByProgram() == 0; }, 5000));
+    QTest::qWait(100);
     QVERIFY(rig.recorder().lines.isEmpty());
     device.write("tra-10\r");
     QTRY_COMPARE(rig.recorder().lines.size(), 1);
@@ -130,7 +132,9 @@ void TestSerialHandlerFraming::readyReadEndedFlushesPartialLine()
     QVERIFY(rig.recorder().lines.isEmpty());
 
     device.write("no end");
-    QTest::qWait(150);
+    // The flush must find the bytes in the handler's buffer, not still on the way: the
+    // handler frames what it reads before it takes the queued call.
+    QVERIFY(waitFor([&device] { return device.unreadByProgram() == 0; }, 5000));
     rig.flushPartialLine();
     QTRY_COMPARE(rig.recorder().lines.size(), 1);
     QCOMPARE(rig.recorder().lines.at(0), QByteArray("no end"));
@@ -293,6 +297,23 @@ void TestSerialHandlerFraming::requestsBeforeFirstTick()
     QTRY_COMPARE(rig.recorder().opened, QStringList{device.slavePath()});
     QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().lastConnected(), 8000);
     QVERIFY(rig.recorder().closed.isEmpty());
+}
+
+void TestSerialHandlerFraming::anotherProgramCannotTakeTheDevicePort()
+{
+    // A program elsewhere on the machine that lost its pseudo-terminal tries the old name
+    // again every few seconds; by then the number may belong to this test's device. It
+    // must not get in before the handler does.
+    PtyDevice device;
+    QVERIFY2(device.isValid(), qPrintable(device.errorText()));
+    QSerialPort stranger(device.systemPath());
+    QVERIFY(!stranger.open(QIODevice::ReadWrite));
+    QCOMPARE(stranger.error(), QSerialPort::PermissionError);
+
+    HandlerRig rig;
+    QVERIFY(connectToReadyLaser(rig, device));
+    QCOMPARE(rig.recorder().opened, QStringList{device.slavePath()});
+    QVERIFY(!stranger.open(QIODevice::ReadWrite));
 }
 
 void TestSerialHandlerFraming::errorTexts_data()
