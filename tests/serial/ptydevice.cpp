@@ -17,24 +17,45 @@
 
 PtyDevice::PtyDevice()
 {
-    m_masterFd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (m_masterFd < 0 || grantpt(m_masterFd) != 0 || unlockpt(m_masterFd) != 0) {
-        m_errorText = QString::fromLocal8Bit(std::strerror(errno));
-        if (m_masterFd >= 0) {
-            ::close(m_masterFd);
-            m_masterFd = -1;
+    // Another program may open a new pseudo-terminal before its lock is taken here;
+    // that one is left to it and another is made. The lost ones stay open meanwhile,
+    // or their numbers would come straight back.
+    std::vector<int> lost;
+    for (int attempt = 0; attempt < 8 && m_masterFd < 0; ++attempt) {
+        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        char name[128] = {};
+        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0
+            || ptsname_r(master, name, sizeof(name)) != 0) {
+            m_errorText = QString::fromLocal8Bit(std::strerror(errno));
+            if (master >= 0) {
+                ::close(master);
+            }
+            break;
+        }
+        const QString path = QString::fromLocal8Bit(name);
+        auto guard = std::make_unique<QLockFile>(serialLockPath(path));
+        guard->setStaleLockTime(0);
+        if (!guard->tryLock()) {
+            lost.push_back(master);
+            continue;
+        }
+        m_masterFd = master;
+        m_slavePath = path;
+        m_lockPath = serialLockPath(path);
+        m_foreignOpenGuard = std::move(guard);
+    }
+    for (const int master : lost) {
+        ::close(master);
+    }
+    if (m_masterFd < 0) {
+        if (m_errorText.isEmpty()) {
+            m_errorText = QStringLiteral("every new pseudo-terminal was taken by another program");
         }
         return;
     }
-    char name[128] = {};
-    if (ptsname_r(m_masterFd, name, sizeof(name)) != 0) {
-        m_errorText = QString::fromLocal8Bit(std::strerror(errno));
-        ::close(m_masterFd);
-        m_masterFd = -1;
-        return;
-    }
-    m_slavePath = QString::fromLocal8Bit(name);
-    m_slaveFd = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+
+    const QByteArray name = QFile::encodeName(m_slavePath);
+    m_slaveFd = ::open(name.constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (m_slaveFd >= 0) {
         // The default line discipline is canonical with echo; a serial line is neither.
         termios settings{};
@@ -46,19 +67,10 @@ PtyDevice::PtyDevice()
     const int flags = fcntl(m_masterFd, F_GETFL);
     fcntl(m_masterFd, F_SETFL, flags | O_NONBLOCK);
 
-    m_lockPath = serialLockPath(m_slavePath);
-    m_foreignOpenGuard = std::make_unique<QLockFile>(m_lockPath);
-    m_foreignOpenGuard->setStaleLockTime(0);
-    if (!m_foreignOpenGuard->tryLock()) {
-        m_errorText = QStringLiteral("%1 is already locked by another program").arg(m_slavePath);
-        ::close(m_masterFd);
-        m_masterFd = -1;
-        return;
-    }
     m_linkFolder = std::make_unique<QTemporaryDir>();
     m_linkPath = m_linkFolder->filePath(QStringLiteral("laser"));
     if (!m_linkFolder->isValid()
-        || ::symlink(name, QFile::encodeName(m_linkPath).constData()) != 0) {
+        || ::symlink(name.constData(), QFile::encodeName(m_linkPath).constData()) != 0) {
         m_errorText = QStringLiteral("cannot link %1 to %2").arg(m_linkPath, m_slavePath);
         ::close(m_masterFd);
         m_masterFd = -1;
