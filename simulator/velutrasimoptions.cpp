@@ -69,6 +69,12 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
     const QCommandLineOption noPacing(
             QStringLiteral("no-pacing"),
             QStringLiteral("Send as fast as possible instead of at 3840 bytes/s."));
+    const QCommandLineOption latency(
+            QStringLiteral("latency"),
+            QStringLiteral("Hold the output and hand it on every MS milliseconds, as a USB-serial "
+                           "adapter's latency timer does (0 to 255, default 16; 0: byte by byte "
+                           "as the line carries it)."),
+            QStringLiteral("ms"), QString::number(VelutraSimPort::s_defaultLatencyMs));
     const QCommandLineOption trace(
             QStringLiteral("trace"),
             QStringLiteral("Write every byte in and out with a time stamp to this file."),
@@ -123,10 +129,11 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
             QStringLiteral("refuse"),
             QStringLiteral("Refuse this set command outright, e.g. ly_vtx2_power (repeatable)."),
             QStringLiteral("command"));
-    parser.addOptions({help,    version,  model,    application, module,   state,        speed,
-                       debug,   link,     noPacing, trace,       noSocket, silent,       noEcho,
-                       crlf,    fragment, garbage,  unknown,     flood,    hgError,      hgFlags,
-                       shutter, aomMode,  churn,    seed,        refuse,   serialNumber, usbId});
+    parser.addOptions({help,     version, model,   application,  module,   state,
+                       speed,    debug,   link,    noPacing,     latency,  trace,
+                       noSocket, silent,  noEcho,  crlf,         fragment, garbage,
+                       unknown,  flood,   hgError, hgFlags,      shutter,  aomMode,
+                       churn,    seed,    refuse,  serialNumber, usbId});
 
     if (!parser.parse(arguments)) {
         *message = parser.errorText();
@@ -219,6 +226,11 @@ bool VelutraSimOptions::parse(const QStringList &arguments, VelutraSimOptions *o
     }
     parsed.tracePath = parser.value(trace);
     parsed.pacing = !parser.isSet(noPacing);
+    if (!parseInt(parser.value(latency), 0, VelutraSimPort::s_maxLatencyMs, &parsed.latencyMs)) {
+        *message = QStringLiteral("--latency wants milliseconds from 0 to %1")
+                           .arg(VelutraSimPort::s_maxLatencyMs);
+        return false;
+    }
     parsed.controlSocket = !parser.isSet(noSocket);
     parsed.silent = parser.isSet(silent);
     parsed.noEcho = parser.isSet(noEcho);

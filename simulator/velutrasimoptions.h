@@ -2,6 +2,7 @@
 #define VELUTRASIMOPTIONS_H
 
 #include "velutrasimlaser.h"
+#include "velutrasimport.h"
 
 #include <QString>
 #include <QStringList>
@@ -18,6 +19,7 @@ struct VelutraSimOptions
     int usbProductId = -1;
     QString tracePath;
     bool pacing = true;
+    int latencyMs = VelutraSimPort::s_defaultLatencyMs;
     bool controlSocket = true;
 
     bool silent = false;

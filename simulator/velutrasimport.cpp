@@ -54,6 +54,18 @@ VelutraSimPort::VelutraSimPort(QObject *parent)
     m_pumpTimer.setSingleShot(true);
     m_pumpTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_pumpTimer, &QTimer::timeout, this, &VelutraSimPort::pump);
+    m_latencyTimer.setSingleShot(true);
+    m_latencyTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_latencyTimer, &QTimer::timeout, this, [this]() {
+        const qint64 now = m_clock.nsecsElapsed();
+        if (now < m_deliveryDueNs) {
+            // A timer rounded to milliseconds must not hand the buffer on early.
+            m_latencyTimer.start(int((m_deliveryDueNs - now + 999999) / 1000000));
+            return;
+        }
+        deliverHeld();
+        pump();
+    });
     m_clock.start();
 }
 
@@ -128,10 +140,9 @@ bool VelutraSimPort::open(QString *error)
     connect(m_readNotifier, &QSocketNotifier::activated, this, &VelutraSimPort::readMaster);
     m_writeNotifier = new QSocketNotifier(m_master, QSocketNotifier::Write, this);
     m_writeNotifier->setEnabled(false);
-    connect(m_writeNotifier, &QSocketNotifier::activated, this, [this]() {
-        m_writeNotifier->setEnabled(false);
-        pump();
-    });
+    connect(m_writeNotifier, &QSocketNotifier::activated, this, &VelutraSimPort::onWritable);
+    // The adapter's timer runs from the moment it is plugged in.
+    m_lastDeliveryNs = m_clock.nsecsElapsed();
     trace("---", "plugged in as " + m_slavePath.toLatin1());
     return true;
 }
@@ -152,6 +163,8 @@ void VelutraSimPort::close()
     m_slave = -1;
     removeLink();
     m_pumpTimer.stop();
+    m_latencyTimer.stop();
+    m_held.clear();
     m_queue.clear();
     m_floodLeft = 0;
     m_inbox.clear();
@@ -188,13 +201,14 @@ bool VelutraSimPort::setTraceFile(const QString &path, QString *error)
     return true;
 }
 
-void VelutraSimPort::trace(const char *direction, const QByteArray &bytes)
+void VelutraSimPort::trace(const char *direction, const QByteArray &bytes, qint64 atNs)
 {
     if (!m_trace.isOpen()) {
         return;
     }
     char stamp[32];
-    std::snprintf(stamp, sizeof stamp, "%12.6f ", double(m_clock.nsecsElapsed()) * 1e-9);
+    std::snprintf(stamp, sizeof stamp, "%12.6f ",
+                  double(atNs >= 0 ? atNs : m_clock.nsecsElapsed()) * 1e-9);
     m_trace.write(stamp);
     m_trace.write(direction);
     m_trace.write(" \"");
@@ -356,8 +370,7 @@ void VelutraSimPort::pump()
         if (count <= 0) {
             break;
         }
-        const ssize_t written
-                = ::write(m_master, chunk.bytes.constData() + chunk.offset, size_t(count));
+        const qint64 written = carry(chunk.bytes.constData() + chunk.offset, count);
         if (written < 0) {
             if (errno == EAGAIN || errno == EINTR) {
                 // The program is not reading; wait until the line drains.
@@ -369,8 +382,10 @@ void VelutraSimPort::pump()
             m_floodLeft = 0;
             return;
         }
-        trace("OUT", chunk.bytes.mid(chunk.offset, int(written)));
-        m_bytesWritten += written;
+        if (written == 0) {
+            // The adapter is full; handing it on starts the line again.
+            return;
+        }
         m_credit -= double(written);
         chunk.offset += int(written);
         if (chunk.offset >= chunk.bytes.size()) {
@@ -387,6 +402,102 @@ void VelutraSimPort::pump()
     if (!m_queue.isEmpty() || m_floodLeft != 0) {
         schedule(s_tickNs);
     }
+}
+
+void VelutraSimPort::setLatencyMs(int ms)
+{
+    m_latencyMs = qBound(0, ms, s_maxLatencyMs);
+    if (!m_held.isEmpty()) {
+        // Whatever is held goes by the new timer (at once without one).
+        m_latencyTimer.stop();
+        if (m_latencyMs == 0) {
+            m_deliveryDueNs = m_clock.nsecsElapsed();
+            m_latencyTimer.start(0);
+        } else {
+            scheduleDelivery();
+        }
+    }
+}
+
+qint64 VelutraSimPort::carry(const char *data, qint64 count)
+{
+    if (m_latencyMs == 0) {
+        return writeToProgram(data, count, m_clock.nsecsElapsed());
+    }
+    const qint64 taken = qMin<qint64>(count, s_adapterBufferBytes - m_held.size());
+    if (taken <= 0) {
+        return 0;
+    }
+    m_held.append(data, int(taken));
+    if (m_held.size() >= s_adapterBufferBytes) {
+        // A full buffer does not wait for the timer. It goes from the event loop rather
+        // than from here, because handing it on may fail and empty the queue that the
+        // caller is walking.
+        m_deliveryDueNs = m_clock.nsecsElapsed();
+        m_latencyTimer.start(0);
+    } else {
+        scheduleDelivery();
+    }
+    return taken;
+}
+
+void VelutraSimPort::scheduleDelivery()
+{
+    if (m_latencyTimer.isActive()) {
+        return;
+    }
+    // The timer keeps running whether or not anything is held, so a byte waits for its
+    // next expiry, between nothing and one whole period, never less than a period after
+    // the last hand-over.
+    const qint64 now = m_clock.nsecsElapsed();
+    const qint64 periodNs = qint64(m_latencyMs) * 1000000;
+    const qint64 periods = (now - m_lastDeliveryNs) / periodNs + 1;
+    m_deliveryDueNs = m_lastDeliveryNs + periods * periodNs;
+    m_latencyTimer.start(int((m_deliveryDueNs - now + 999999) / 1000000));
+}
+
+void VelutraSimPort::deliverHeld()
+{
+    if (m_held.isEmpty() || m_master < 0) {
+        return;
+    }
+    m_lastDeliveryNs = m_clock.nsecsElapsed();
+    const qint64 written = writeToProgram(m_held.constData(), m_held.size(), m_lastDeliveryNs);
+    if (written < 0) {
+        if (errno == EAGAIN || errno == EINTR) {
+            m_writeNotifier->setEnabled(true);
+            return;
+        }
+        trace("---", "write failed: " + QByteArray(std::strerror(errno)));
+        m_held.clear();
+        m_queue.clear();
+        m_floodLeft = 0;
+        return;
+    }
+    m_held.remove(0, int(written));
+    if (!m_held.isEmpty()) {
+        // The program reads slower than the adapter hands on; the rest follows as it does.
+        m_writeNotifier->setEnabled(true);
+    }
+}
+
+qint64 VelutraSimPort::writeToProgram(const char *data, qint64 count, qint64 atNs)
+{
+    const ssize_t written = ::write(m_master, data, size_t(count));
+    if (written > 0) {
+        // Stamped with the moment the write was decided, so that the records show the
+        // adapter's timing, not how long the process took to reach its trace.
+        trace("OUT", QByteArray(data, int(written)), atNs);
+        m_bytesWritten += written;
+    }
+    return written;
+}
+
+void VelutraSimPort::onWritable()
+{
+    m_writeNotifier->setEnabled(false);
+    deliverHeld();
+    pump();
 }
 
 void VelutraSimPort::readMaster()

@@ -15,7 +15,9 @@ class QSocketNotifier;
 // The device's end of the serial line: a pseudo-terminal whose other end the program
 // opens like a real port. Incoming bytes are framed into command lines; outgoing
 // lines are mangled by the wire faults that are switched on and then leave at the
-// byte rate of 38400 baud 8N1, unless pacing is off.
+// byte rate of 38400 baud 8N1, unless pacing is off. Between that line and the program
+// sits what a USB-serial adapter would put there: a buffer that is handed on when its
+// latency timer expires, or at once when it is full.
 class VelutraSimPort : public QObject
 {
     Q_OBJECT
@@ -24,6 +26,12 @@ public:
     static constexpr double s_bytesPerSecond = 3840.0;
     static constexpr int s_maxLineLength = 4096;
     static constexpr qint64 s_maxQueuedBytes = 1 << 20;
+    // What the common USB-serial adapters wait before they hand on a partial buffer.
+    static constexpr int s_defaultLatencyMs = 16;
+    static constexpr int s_maxLatencyMs = 255;
+    // The adapter's receive buffer; full, it goes out without waiting for the timer. At
+    // 3840 bytes/s it takes 67 ms to fill, so with the usual latencies the timer decides.
+    static constexpr int s_adapterBufferBytes = 256;
 
     explicit VelutraSimPort(QObject *parent = nullptr);
     ~VelutraSimPort() override;
@@ -38,6 +46,9 @@ public:
     void setLinkPath(const QString &path) { m_linkPath = path; }
     void setPacing(bool on) { m_pacing = on; }
     bool pacing() const { return m_pacing; }
+    // 0: every byte goes to the pseudo-terminal as soon as the line has carried it.
+    void setLatencyMs(int ms);
+    int latencyMs() const { return m_latencyMs; }
     bool setTraceFile(const QString &path, QString *error);
     // A remark in the trace, among the bytes ("---" records).
     void note(const QByteArray &text) { trace("---", text); }
@@ -84,7 +95,15 @@ private:
     void readMaster();
     void pump();
     void schedule(qint64 delayNs);
-    void trace(const char *direction, const QByteArray &bytes);
+    // Hands bytes the line has carried on towards the program; returns how many were
+    // taken, or -1 with errno set when the pseudo-terminal refused them.
+    qint64 carry(const char *data, qint64 count);
+    qint64 writeToProgram(const char *data, qint64 count, qint64 atNs);
+    void scheduleDelivery();
+    void deliverHeld();
+    void onWritable();
+    // atNs: when it happened on the port's clock; by default, now.
+    void trace(const char *direction, const QByteArray &bytes, qint64 atNs = -1);
     void removeLink();
 
     int m_master = -1;
@@ -101,6 +120,11 @@ private:
     qint64 m_lastPumpNs = 0;
     qint64 m_pauseUntilNs = 0;
     QList<Chunk> m_queue;
+    int m_latencyMs = 0;
+    QByteArray m_held; // in the adapter, waiting for its timer
+    QTimer m_latencyTimer;
+    qint64 m_lastDeliveryNs = 0;
+    qint64 m_deliveryDueNs = 0;
     qint64 m_floodLeft = 0;
     qint64 m_floodCounter = 0;
     QByteArray m_inbox;

@@ -44,6 +44,8 @@ const char s_controlHelp[]
           "  accept COMMAND|all         take a refused set command again\n"
           "  churn SECONDS|off|step     change something on its own every SECONDS, or once now\n"
           "  pacing on|off              3840 bytes/s or as fast as possible\n"
+          "  latency MS                 hand the output on every MS ms like a USB adapter\n"
+          "                             (0 to 255; 0: byte by byte)\n"
           "  unplug                     close the pseudo-terminal and withdraw it\n"
           "  replug [LINK]              plug in again on a new pseudo-terminal (behind a new\n"
           "                             symbolic link LINK if given)\n"
@@ -59,6 +61,7 @@ VelutraSimulator::VelutraSimulator(const VelutraSimOptions &options, QObject *pa
     m_port.setLinkPath(options.linkPath);
     m_advert.setUsbIdentity(options.serialNumber, options.usbVendorId, options.usbProductId);
     m_port.setPacing(options.pacing);
+    m_port.setLatencyMs(options.latencyMs);
     m_port.setSilent(options.silent);
     m_port.setCrLf(options.crlf);
     m_port.setFragments(options.fragmentBytes, options.fragmentPauseMs);
@@ -132,9 +135,9 @@ QString VelutraSimulator::statusText()
 {
     return QStringLiteral("state=%1 status=%2 module=%3 plugged=%4 port=%5 silent=%6 echo=%7 "
                           "crlf=%8 fragment=%9/%10 garbage-each=%11 unknown-each=%12 flood=%13 "
-                          "hg-error=%14 hg-flags=%15 shutter=%16 pacing=%17 commands=%18 "
-                          "written=%19 dropped=%20 aom-mode=%21 churn=%22 churn-steps=%23 "
-                          "refused=%24")
+                          "hg-error=%14 hg-flags=%15 shutter=%16 pacing=%17 latency=%18 "
+                          "commands=%19 written=%20 dropped=%21 aom-mode=%22 churn=%23 "
+                          "churn-steps=%24 refused=%25")
             .arg(m_laser.stateText())
             .arg(m_laser.deviceStatus())
             .arg(m_laser.config().module == VelutraSimLaser::Module::None
@@ -153,6 +156,7 @@ QString VelutraSimulator::statusText()
             .arg(QString::number(m_laser.hgStatusFlags(), 16).toUpper())
             .arg(QLatin1String(onOff(m_laser.shutterWarning())),
                  QLatin1String(onOff(m_port.pacing())))
+            .arg(m_port.latencyMs())
             .arg(m_laser.commandCount())
             .arg(m_port.bytesWritten())
             .arg(m_port.bytesDropped())
@@ -203,6 +207,16 @@ QString VelutraSimulator::executeControl(const QString &command)
             {QStringLiteral("unknown-each"),
              switchAction([this](bool on) { m_port.setUnknownEach(on); })},
             {QStringLiteral("pacing"), switchAction([this](bool on) { m_port.setPacing(on); })},
+            {QStringLiteral("latency"),
+             [&]() {
+                 const int ms = argument.toInt(&numberOk);
+                 if (!numberOk || ms < 0 || ms > VelutraSimPort::s_maxLatencyMs) {
+                     return QStringLiteral("error: latency wants milliseconds from 0 to %1")
+                             .arg(VelutraSimPort::s_maxLatencyMs);
+                 }
+                 m_port.setLatencyMs(ms);
+                 return ok;
+             }},
             {QStringLiteral("fragment"),
              [&]() {
                  if (argument == QLatin1String("off")) {

@@ -5,9 +5,11 @@
 // Reports what it wrote, how much it polled, whether it came back after each re-plug, and
 // what it cost: resident memory over time and CPU share.
 //
-//   bench_soak [seconds] [--replug-every S] [--churn S] [--hidden] [--xp PATH] [--sim PATH]
+//   bench_soak [seconds] [--replug-every S] [--churn S] [--latency MS] [--hidden] [--xp PATH]
+//              [--sim PATH]
 //
-// Defaults: 3600 s, a re-plug every 180 s (0: never), a churn step every 2 s. The program
+// Defaults: 3600 s, a re-plug every 180 s (0: never), a churn step every 2 s, the virtual
+// laser behind an adapter with a 16 ms latency timer (0: bytes as the line carries them). The program
 // runs on the offscreen platform unless DISPLAY is set, with its window shown. With --hidden
 // (which needs an X display, e.g. xvfb-run) its window is minimized as a window manager would
 // do it, a few seconds after start and again for any window it opens later.
@@ -18,6 +20,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -32,6 +35,7 @@ namespace {
 static constexpr int DefaultSeconds = 3600;
 static constexpr int DefaultReplugSeconds = 180;
 static constexpr double DefaultChurnSeconds = 2.0;
+static constexpr int DefaultLatencyMs = 16;
 static constexpr int SampleSeconds = 10;
 static constexpr int UnpluggedSeconds = 2;
 static constexpr int ReconnectGraceSeconds = 12;
@@ -92,6 +96,34 @@ qint64 cpuTicks(qint64 pid)
         return -1;
     }
     return fields.at(11).toLongLong() + fields.at(12).toLongLong();
+}
+
+struct ThreadTicks
+{
+    QByteArray name;
+    qint64 ticks = 0;
+};
+
+// The same for each thread of the process, by thread id, with the thread's name.
+QMap<qint64, ThreadTicks> threadTicks(qint64 pid)
+{
+    QMap<qint64, ThreadTicks> threads;
+    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
+    for (const QString &tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile stat(tasks.filePath(tid + QStringLiteral("/stat")));
+        QFile comm(tasks.filePath(tid + QStringLiteral("/comm")));
+        if (!stat.open(QIODevice::ReadOnly) || !comm.open(QIODevice::ReadOnly)) {
+            continue;
+        }
+        const QByteArray text = stat.readAll();
+        const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+        if (fields.size() < 13) {
+            continue;
+        }
+        threads.insert(tid.toLongLong(), {comm.readAll().trimmed(),
+                                          fields.at(11).toLongLong() + fields.at(12).toLongLong()});
+    }
+    return threads;
 }
 
 TraceSummary summarise(const QString &path)
@@ -195,6 +227,7 @@ int main(int argc, char *argv[])
     int seconds = DefaultSeconds;
     int replugSeconds = DefaultReplugSeconds;
     double churnSeconds = DefaultChurnSeconds;
+    int latencyMs = DefaultLatencyMs;
     bool hidden = false;
     QString programPath = QStringLiteral(VELUTRA_XP_BINARY);
     QString simulatorPath = QStringLiteral(VELUTRA_SIM_BINARY);
@@ -207,6 +240,9 @@ int main(int argc, char *argv[])
         } else if (argument == QLatin1String("--churn")) {
             churnSeconds = value.toDouble();
             ++i;
+        } else if (argument == QLatin1String("--latency")) {
+            latencyMs = value.toInt();
+            ++i;
         } else if (argument == QLatin1String("--hidden")) {
             hidden = true;
         } else if (argument == QLatin1String("--xp")) {
@@ -218,9 +254,8 @@ int main(int argc, char *argv[])
         } else if (argument.toInt() > 0) {
             seconds = argument.toInt();
         } else {
-            std::fprintf(stderr,
-                         "usage: bench_soak [seconds] [--replug-every S] [--churn S] [--hidden] "
-                         "[--xp PATH] [--sim PATH]\n");
+            std::fprintf(stderr, "usage: bench_soak [seconds] [--replug-every S] [--churn S] "
+                                 "[--latency MS] [--hidden] [--xp PATH] [--sim PATH]\n");
             return 2;
         }
     }
@@ -252,7 +287,8 @@ int main(int argc, char *argv[])
     simulator.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     simulator.start(simulatorPath,
                     {QStringLiteral("--module"), QStringLiteral("0x93"), QStringLiteral("--churn"),
-                     QString::number(churnSeconds), QStringLiteral("--debug-output"),
+                     QString::number(churnSeconds), QStringLiteral("--latency"),
+                     QString::number(latencyMs), QStringLiteral("--debug-output"),
                      QStringLiteral("--link"), link, QStringLiteral("--trace"), tracePath});
     if (!simulator.waitForStarted(10000) || !simulator.waitForReadyRead(10000)) {
         std::fprintf(stderr, "bench_soak: the virtual laser did not start\n");
@@ -271,12 +307,15 @@ int main(int argc, char *argv[])
     }
     const qint64 pid = program.processId();
     const long ticksPerSecond = ::sysconf(_SC_CLK_TCK);
-    std::printf("bench_soak: %d s, re-plug every %d s, churn every %.3g s, window %s, program %s\n",
-                seconds, replugSeconds, churnSeconds, hidden ? "minimized" : "shown",
+    std::printf("bench_soak: %d s, re-plug every %d s, churn every %.3g s, adapter latency %d ms, "
+                "window %s, program %s\n",
+                seconds, replugSeconds, churnSeconds, latencyMs, hidden ? "minimized" : "shown",
                 qPrintable(programPath));
     std::fflush(stdout);
 
     QList<Sample> samples;
+    // Where the time goes after the first minute, thread by thread.
+    QMap<qint64, ThreadTicks> threadsAtMinute;
     int replugs = 0;
     double nextReplug = replugSeconds > 0 ? replugSeconds : -1;
     double nextSample = 0;
@@ -303,6 +342,9 @@ int main(int argc, char *argv[])
         }
         if (now >= nextSample) {
             samples.append(Sample{now, residentKiB(pid), cpuTicks(pid)});
+            if (threadsAtMinute.isEmpty() && now >= 60) {
+                threadsAtMinute = threadTicks(pid);
+            }
             std::printf("  %6.0f s  RSS %lld KiB  CPU %.2f s\n", now, samples.last().rssKiB,
                         double(samples.last().cpuTicks) / ticksPerSecond);
             std::fflush(stdout);
@@ -322,6 +364,7 @@ int main(int argc, char *argv[])
     }
     const double elapsed = clock.elapsed() / 1000.0;
     const Sample last{elapsed, residentKiB(pid), cpuTicks(pid)};
+    const QMap<qint64, ThreadTicks> threadsAtEnd = threadTicks(pid);
     const bool alive = program.state() == QProcess::Running;
 
     if (alive) {
@@ -399,5 +442,14 @@ int main(int argc, char *argv[])
                 endToMinute, growthKiBPerHour(afterMinute));
     std::printf("  CPU share of one core         %.2f %% after the first minute, %.2f %% overall\n",
                 cpuShare, cpuShareAll);
+    if (!threadsAtMinute.isEmpty() && span > 0) {
+        for (auto it = threadsAtEnd.cbegin(); it != threadsAtEnd.cend(); ++it) {
+            const qint64 before = threadsAtMinute.value(it.key()).ticks;
+            const double share = double(it.value().ticks - before) / ticksPerSecond / span * 100.0;
+            if (share >= 0.005) {
+                std::printf("      thread %-16s %.2f %%\n", it.value().name.constData(), share);
+            }
+        }
+    }
     return alive && trace.setCommands.isEmpty() ? 0 : 1;
 }

@@ -3,7 +3,8 @@
 // the bytes on the wire at 3840 bytes/s, plus the 16 ms quiet gap before each command, plus
 // the one idle tick that closes each turn of the list. On a real line the command itself
 // takes wire time too; the pseudo-terminal delivers it at once, so the bound is given both
-// with and without it.
+// with and without it. The virtual laser runs without an adapter latency (--latency 0): the
+// bound is the line's, and a latency timer would add up to a period to every reply.
 //
 //   bench_pollingcycle [cycles] [module]        (defaults: 20 cycles, 0x93)
 
@@ -48,7 +49,8 @@ int main(int argc, char *argv[])
 
     QProcess simulator;
     simulator.start(QStringLiteral(VELUTRA_SIM_EXECUTABLE),
-                    {QStringLiteral("--module"), module, QStringLiteral("--no-control-socket")});
+                    {QStringLiteral("--module"), module, QStringLiteral("--no-control-socket"),
+                     QStringLiteral("--latency"), QStringLiteral("0")});
     if (!simulator.waitForStarted(5000) || !simulator.waitForReadyRead(10000)) {
         std::fprintf(stderr, "the virtual laser did not start\n");
         return 1;

@@ -23,6 +23,8 @@ int main(int argc, char *argv[])
         return 2;
     }
     options.laser.initialState = VelutraSimLaser::State::Enabled;
+    // The line's own timing, without an adapter's latency timer on top.
+    options.latencyMs = 0;
     VelutraSimulator simulator(options);
     QString error;
     if (!simulator.plugIn(&error)) {

@@ -17,6 +17,48 @@ HandlerRecorder::HandlerRecorder(VelutraSerialHandler *handler, QObject *parent)
             &HandlerRecorder::onBytesReceived);
     connect(handler, &VelutraSerialHandler::sigBytesTransmitted, this,
             &HandlerRecorder::onBytesTransmitted);
+
+    // These run in the handler's thread, at the moment it signals.
+    connect(
+            handler, &VelutraSerialHandler::sigBytesTransmitted, this,
+            [this](const QString &, const QByteArray &bytes) {
+                const qint64 now = PtyDevice::nowNs();
+                std::lock_guard<std::mutex> lock(m_stampMutex);
+                m_writeStamps.push_back(Stamp{bytes, now});
+            },
+            Qt::DirectConnection);
+    connect(
+            handler, &VelutraSerialHandler::sigConnectedStatus, this,
+            [this](bool connected) {
+                const qint64 now = PtyDevice::nowNs();
+                std::lock_guard<std::mutex> lock(m_stampMutex);
+                m_connectedStamps.push_back(Timed{connected, now});
+            },
+            Qt::DirectConnection);
+}
+
+std::vector<qint64> HandlerRecorder::writtenNs(const QByteArray &bytes) const
+{
+    std::lock_guard<std::mutex> lock(m_stampMutex);
+    std::vector<qint64> times;
+    for (const Stamp &stamp : m_writeStamps) {
+        if (bytes.isEmpty() || stamp.bytes == bytes) {
+            times.push_back(stamp.ns);
+        }
+    }
+    return times;
+}
+
+std::vector<qint64> HandlerRecorder::connectedStatusNs(bool value) const
+{
+    std::lock_guard<std::mutex> lock(m_stampMutex);
+    std::vector<qint64> times;
+    for (const Timed &stamp : m_connectedStamps) {
+        if (stamp.value == value) {
+            times.push_back(stamp.ns);
+        }
+    }
+    return times;
 }
 
 int HandlerRecorder::countConnected(bool value) const

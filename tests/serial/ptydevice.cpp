@@ -6,29 +6,56 @@
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/time.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
 PtyDevice::PtyDevice()
 {
-    m_masterFd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (m_masterFd < 0 || grantpt(m_masterFd) != 0 || unlockpt(m_masterFd) != 0) {
-        m_errorText = QString::fromLocal8Bit(std::strerror(errno));
-        if (m_masterFd >= 0) {
-            ::close(m_masterFd);
-            m_masterFd = -1;
+    // Another program may open a new pseudo-terminal before its lock is taken here;
+    // that one is left to it and another is made. The lost ones stay open meanwhile,
+    // or their numbers would come straight back.
+    std::vector<int> lost;
+    for (int attempt = 0; attempt < 8 && m_masterFd < 0; ++attempt) {
+        const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        char name[128] = {};
+        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0
+            || ptsname_r(master, name, sizeof(name)) != 0) {
+            m_errorText = QString::fromLocal8Bit(std::strerror(errno));
+            if (master >= 0) {
+                ::close(master);
+            }
+            break;
+        }
+        const QString path = QString::fromLocal8Bit(name);
+        auto guard = std::make_unique<QLockFile>(serialLockPath(path));
+        guard->setStaleLockTime(0);
+        if (!guard->tryLock()) {
+            lost.push_back(master);
+            continue;
+        }
+        m_masterFd = master;
+        m_slavePath = path;
+        m_lockPath = serialLockPath(path);
+        m_foreignOpenGuard = std::move(guard);
+    }
+    for (const int master : lost) {
+        ::close(master);
+    }
+    if (m_masterFd < 0) {
+        if (m_errorText.isEmpty()) {
+            m_errorText = QStringLiteral("every new pseudo-terminal was taken by another program");
         }
         return;
     }
-    char name[128] = {};
-    if (ptsname_r(m_masterFd, name, sizeof(name)) != 0) {
-        m_errorText = QString::fromLocal8Bit(std::strerror(errno));
-        ::close(m_masterFd);
-        m_masterFd = -1;
-        return;
-    }
-    m_slavePath = QString::fromLocal8Bit(name);
-    m_slaveFd = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+
+    const QByteArray name = QFile::encodeName(m_slavePath);
+    m_slaveFd = ::open(name.constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (m_slaveFd >= 0) {
         // The default line discipline is canonical with echo; a serial line is neither.
         termios settings{};
@@ -39,6 +66,47 @@ PtyDevice::PtyDevice()
     }
     const int flags = fcntl(m_masterFd, F_GETFL);
     fcntl(m_masterFd, F_SETFL, flags | O_NONBLOCK);
+
+    m_linkFolder = std::make_unique<QTemporaryDir>();
+    m_linkPath = m_linkFolder->filePath(QStringLiteral("laser"));
+    if (!m_linkFolder->isValid()
+        || ::symlink(name.constData(), QFile::encodeName(m_linkPath).constData()) != 0) {
+        m_errorText = QStringLiteral("cannot link %1 to %2").arg(m_linkPath, m_slavePath);
+        ::close(m_masterFd);
+        m_masterFd = -1;
+    }
+}
+
+QString PtyDevice::serialLockPath(const QString &devicePath)
+{
+    // Where and under which name a serial port takes its lock: "LCK.." and the name
+    // below /dev with its slashes made underscores, in the first of the usual lock
+    // folders that can be written.
+    static const char *const folders[]
+            = {"/var/lock", "/etc/locks", "/var/spool/locks",  "/var/spool/uucp",
+               "/tmp",      "/var/tmp",   "/var/lock/lockdev", "/run/lock"};
+    QString name = devicePath;
+    if (name.startsWith(QLatin1String("/dev/"))) {
+        name = name.mid(5);
+    }
+    name.replace(QLatin1Char('/'), QLatin1Char('_'));
+    for (const char *folder : folders) {
+        const QFileInfo info(QString::fromLatin1(folder));
+        if (info.isDir() && info.isReadable() && info.isWritable()) {
+            return info.filePath() + QStringLiteral("/LCK..") + name;
+        }
+    }
+    return QDir::tempPath() + QStringLiteral("/LCK..") + name;
+}
+
+int PtyDevice::unreadByProgram() const
+{
+    // The kept slave descriptor shares the program's input queue.
+    int count = 0;
+    if (m_slaveFd < 0 || ::ioctl(m_slaveFd, FIONREAD, &count) != 0) {
+        return -1;
+    }
+    return count;
 }
 
 PtyDevice::~PtyDevice()
@@ -76,9 +144,16 @@ void PtyDevice::stop()
 
 void PtyDevice::run()
 {
+    // Other programs take a lock older than 30 s for a forgotten one; keep it young.
+    const QByteArray lockPath = QFile::encodeName(m_lockPath);
+    qint64 touchedNs = nowNs();
     while (m_running) {
         if (!pump(20)) {
             break;
+        }
+        if (!lockPath.isEmpty() && nowNs() - touchedNs > qint64(5) * 1000 * 1000 * 1000) {
+            touchedNs = nowNs();
+            ::utimes(lockPath.constData(), nullptr);
         }
     }
 }

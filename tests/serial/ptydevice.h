@@ -2,10 +2,13 @@
 #define PTYDEVICE_H
 
 #include <QByteArray>
+#include <QLockFile>
 #include <QString>
+#include <QTemporaryDir>
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -17,6 +20,14 @@
 // line the program writes is logged with its arrival time; a responder decides
 // what to answer, and the answer is written at once from the device's own
 // thread (or from pump() when the caller drives the device itself).
+//
+// The port belongs to the test alone. Pseudo-terminal numbers are handed out
+// again as soon as they are free, and a program elsewhere on the machine that
+// lost its port (the virtual laser of another test went away) reopens its old
+// name every few seconds; it would take this device's port, lock file and all,
+// and the handler's open would fail. So the device holds the serial-port lock of
+// its /dev/pts name for its whole life, and the handler opens it through a
+// symbolic link of its own, whose lock no other program knows.
 class PtyDevice
 {
 public:
@@ -40,7 +51,12 @@ public:
     PtyDevice &operator=(const PtyDevice &) = delete;
 
     bool isValid() const { return m_masterFd >= 0; }
-    QString slavePath() const { return m_slavePath; }
+    // The name the program opens: a link to the pseudo-terminal.
+    QString slavePath() const { return m_linkPath; }
+    // The pseudo-terminal's own name, which other programs may try.
+    QString systemPath() const { return m_slavePath; }
+    // Bytes the device wrote that the program has not read yet.
+    int unreadByProgram() const;
     QString errorText() const { return m_errorText; }
 
     void setResponder(Responder responder);
@@ -69,11 +85,16 @@ public:
 
 private:
     void run();
+    static QString serialLockPath(const QString &devicePath);
 
     int m_masterFd = -1;
     int m_slaveFd = -1;
     QString m_slavePath;
+    QString m_linkPath;
+    QString m_lockPath;
     QString m_errorText;
+    std::unique_ptr<QTemporaryDir> m_linkFolder;
+    std::unique_ptr<QLockFile> m_foreignOpenGuard;
 
     mutable std::mutex m_mutex;
     Responder m_responder;

@@ -27,6 +27,7 @@ private slots:
     void secondOpenClosesFirstPort();
     void closeWithoutPortIsHarmless();
     void requestsBeforeFirstTick();
+    void anotherProgramCannotTakeTheDevicePort();
     void errorTexts_data();
     void errorTexts();
     void repeatedReadErrorsAreReportedOnce();
@@ -34,12 +35,29 @@ private slots:
 private:
     // Opens the device's port and waits until the handler reports it open.
     static bool openDevice(HandlerRig &rig, PtyDevice &device);
+    // Waits until the handler has read what the device wrote (see there).
+    static void waitUntilReadByHandler(const PtyDevice &device);
 };
 
 void TestSerialHandlerFraming::initTestCase()
 {
     // The handshake traces every tick; they would drown the test output.
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+}
+
+void TestSerialHandlerFraming::waitUntilReadByHandler(const PtyDevice &device)
+{
+    // The kernel passes the bytes to the port's input queue a little after the write, and
+    // the handler may empty it before this looks: the wait ends once the queue has been
+    // seen holding them and then empty, and at the latest after half a second.
+    bool seen = false;
+    waitFor(
+            [&device, &seen] {
+                const int unread = device.unreadByProgram();
+                seen = seen || unread > 0;
+                return seen && unread == 0;
+            },
+            500);
 }
 
 bool TestSerialHandlerFraming::openDevice(HandlerRig &rig, PtyDevice &device)
@@ -110,8 +128,8 @@ void TestSerialHandlerFraming::partialLineWaitsForItsEnd()
     QVERIFY(openDevice(rig, device));
 
     device.write("Velu");
-    // The handler sends no signal for a partial line: give it time to read.
-    QTest::qWait(150);
+    // The handler sends no signal for a partial line: wait until it has read it.
+    waitUntilReadByHandler(device);
     QVERIFY(rig.recorder().lines.isEmpty());
     device.write("tra-10\r");
     QTRY_COMPARE(rig.recorder().lines.size(), 1);
@@ -130,7 +148,9 @@ void TestSerialHandlerFraming::readyReadEndedFlushesPartialLine()
     QVERIFY(rig.recorder().lines.isEmpty());
 
     device.write("no end");
-    QTest::qWait(150);
+    // The flush must find the bytes in the handler's buffer, not still on the way: the
+    // handler frames what it reads before it takes the queued call.
+    waitUntilReadByHandler(device);
     rig.flushPartialLine();
     QTRY_COMPARE(rig.recorder().lines.size(), 1);
     QCOMPARE(rig.recorder().lines.at(0), QByteArray("no end"));
@@ -293,6 +313,23 @@ void TestSerialHandlerFraming::requestsBeforeFirstTick()
     QTRY_COMPARE(rig.recorder().opened, QStringList{device.slavePath()});
     QTRY_VERIFY_WITH_TIMEOUT(rig.recorder().lastConnected(), 8000);
     QVERIFY(rig.recorder().closed.isEmpty());
+}
+
+void TestSerialHandlerFraming::anotherProgramCannotTakeTheDevicePort()
+{
+    // A program elsewhere on the machine that lost its pseudo-terminal tries the old name
+    // again every few seconds; by then the number may belong to this test's device. It
+    // must not get in before the handler does.
+    PtyDevice device;
+    QVERIFY2(device.isValid(), qPrintable(device.errorText()));
+    QSerialPort stranger(device.systemPath());
+    QVERIFY(!stranger.open(QIODevice::ReadWrite));
+    QCOMPARE(stranger.error(), QSerialPort::PermissionError);
+
+    HandlerRig rig;
+    QVERIFY(connectToReadyLaser(rig, device));
+    QCOMPARE(rig.recorder().opened, QStringList{device.slavePath()});
+    QVERIFY(!stranger.open(QIODevice::ReadWrite));
 }
 
 void TestSerialHandlerFraming::errorTexts_data()

@@ -61,9 +61,16 @@ void TestSerialHandlerLink::checkClosedQuietly(HandlerRig &rig, const QString &p
     QVERIFY2(cpuMs * 4 < wallMs,
              qPrintable(QStringLiteral("%1 ms CPU in %2 ms").arg(cpuMs).arg(wallMs)));
 
-    // One error report at most, then the close: never a flood.
+    // Each report at most once, then the close: never a flood. A storm of read errors
+    // is recognised within one scheduler tick; on a loaded machine a tick may fall
+    // inside it, and the errors before the tick then close their episode with a count
+    // line of their own, or Qt gets to report the resource error before the storm is
+    // recognised.
     const QStringList after = rig.recorder().statusMessages.mid(messagesBefore);
-    QVERIFY2(after.size() <= 2, qPrintable(after.join(QLatin1Char('|'))));
+    QStringList distinct = after;
+    distinct.removeDuplicates();
+    QVERIFY2(after.size() <= 3 && distinct.size() == after.size(),
+             qPrintable(after.join(QLatin1Char('|'))));
     QCOMPARE(after.last(), closedMessage);
     QCOMPARE(after.count(closedMessage), 1);
     QCOMPARE(rig.recorder().closed.size(), 1);

@@ -148,9 +148,18 @@ void TestSerialHandlerScheduler::sixteenMillisecondsBetweenWrites()
         QVERIFY(reply);
         const qint64 gapNs = lines.at(index).arrivalNs - reply->beforeNs;
         QVERIFY2(gapNs >= 16 * NsPerMs, qPrintable(QString::number(gapNs)));
-        QVERIFY2(lines.at(index).arrivalNs - lines.at(index - 1).arrivalNs >= 16 * NsPerMs,
-                 qPrintable(QString::number(index)));
         gapsMs.push_back(gapNs / NsPerMs);
+    }
+    // Between two writes, measured on the handler's own stamps: the device's arrival
+    // times are late by its thread's wake-up, which differs from line to line under
+    // load. A stamp follows its write's clock restart by the write itself.
+    static constexpr qint64 StampSlackNs = NsPerMs / 2;
+    const std::vector<qint64> written = rig.recorder().writtenNs();
+    QVERIFY(written.size() >= 40);
+    for (size_t index = 1; index < written.size(); ++index) {
+        const qint64 betweenNs = written.at(index) - written.at(index - 1);
+        QVERIFY2(betweenNs >= 16 * NsPerMs - StampSlackNs,
+                 qPrintable(QStringLiteral("write %1: %2 ns").arg(index).arg(betweenNs)));
     }
     // Generous: a loaded machine may miss ticks, but polling must go on.
     std::sort(gapsMs.begin(), gapsMs.end());

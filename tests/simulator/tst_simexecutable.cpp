@@ -32,6 +32,7 @@ private slots:
     void standardInputControlAndSigint();
     void traceRecordsEveryByte();
     void pacedByDefault();
+    void adapterLatencyFromTheCommandLine();
     void startOptions_data();
     void startOptions();
     void startFaultsThatCorruptTheLine();
@@ -134,7 +135,7 @@ void TestSimExecutable::helpAndBadOptions()
           "--trace",    "--speed",           "--silent",        "--no-echo", "--crlf",
           "--fragment", "--garbage",         "--unknown-lines", "--flood",   "--hg-error",
           "--hg-flags", "--shutter-warning", "--aom-mode",      "--churn",   "--seed",
-          "--refuse",   "--debug-output",    "--state"}) {
+          "--refuse",   "--debug-output",    "--state",         "--latency"}) {
         QVERIFY2(text.contains(option), option);
     }
 
@@ -147,6 +148,9 @@ void TestSimExecutable::helpAndBadOptions()
                                     {QStringLiteral("--churn"), QStringLiteral("often")},
                                     {QStringLiteral("--seed"), QStringLiteral("-1")},
                                     {QStringLiteral("--refuse"), QStringLiteral("e_freq?")},
+                                    {QStringLiteral("--latency"), QStringLiteral("256")},
+                                    {QStringLiteral("--latency"), QStringLiteral("-1")},
+                                    {QStringLiteral("--latency"), QStringLiteral("soon")},
                                     {QStringLiteral("--no-such-option")},
                                     {QStringLiteral("surplus")}};
     for (const QStringList &arguments : bad) {
@@ -377,6 +381,31 @@ void TestSimExecutable::pacedByDefault()
     process.terminate();
     QVERIFY(process.waitForFinished(10000));
     QCOMPARE(process.exitCode(), 0);
+}
+
+void TestSimExecutable::adapterLatencyFromTheCommandLine()
+{
+    // 16 ms unless told otherwise, like the common USB-serial adapters.
+    const QList<QPair<QStringList, QByteArray>> cases
+            = {{{}, " latency=16 "},
+               {{QStringLiteral("--latency"), QStringLiteral("0")}, " latency=0 "},
+               {{QStringLiteral("--latency"), QStringLiteral("255")}, " latency=255 "}};
+    for (const auto &entry : cases) {
+        QProcess process;
+        ProcessGuard guard{process};
+        QString port;
+        QVERIFY(startSimulatorProcess(process, entry.first, &port));
+        const QByteArray status = control(socketFor(process.processId()), "status");
+        QVERIFY2(status.contains(entry.second), status.constData());
+        SimTestClient client;
+        QVERIFY(client.open(port));
+        QCOMPARE(client.exchange("e_freq?\n", 50),
+                 QByteArray("e_freq?\nFrequency index parameter: 4\n"));
+        client.close();
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+        QCOMPARE(process.exitCode(), 0);
+    }
 }
 
 void TestSimExecutable::startOptions_data()

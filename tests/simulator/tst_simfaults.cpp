@@ -5,8 +5,12 @@
 #include "simtestsupport.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <algorithm>
 
 class TestSimFaults : public QObject
 {
@@ -25,6 +29,9 @@ private slots:
     void shutterWarning();
     void unplugAndReplug();
     void pacingHoldsTheByteRate();
+    void latencyHandsOnInBursts();
+    void latencyZeroKeepsLinePacing();
+    void latencyChangesWhileRunning();
     void hostileInputFromTheProgram();
     void controlCommandErrors();
     void refuseChosenSetCommands_data();
@@ -35,6 +42,58 @@ private slots:
 namespace {
 
 constexpr qint64 s_ms = 1000000;
+
+struct OutRecord
+{
+    qint64 atNs;
+    int bytes;
+};
+
+// The writes to the pseudo-terminal as the trace records them.
+QList<OutRecord> outRecords(const QString &tracePath)
+{
+    QFile file(tracePath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    static const QRegularExpression record(QStringLiteral("^ *(\\d+)\\.(\\d{6}) OUT \"(.*)\"$"));
+    QList<OutRecord> records;
+    while (!file.atEnd()) {
+        const QString line = QString::fromLatin1(file.readLine()).chopped(1);
+        const QRegularExpressionMatch match = record.match(line);
+        if (match.hasMatch()) {
+            // The flood is plain letters, so the record holds the bytes unescaped.
+            records.append({match.captured(1).toLongLong() * 1000 * s_ms
+                                    + match.captured(2).toLongLong() * 1000,
+                            match.captured(3).size()});
+        }
+    }
+    return records;
+}
+
+// What "flood N" sends on a port that has not flooded before.
+QByteArray floodBytes(int count)
+{
+    QByteArray bytes(count, Qt::Uninitialized);
+    for (int index = 0; index < count; ++index) {
+        bytes[index] = char('A' + index % 26);
+    }
+    return bytes;
+}
+
+template<typename Gap>
+qint64 medianGapNs(int count, Gap gap)
+{
+    QList<qint64> gaps;
+    for (int index = 1; index < count; ++index) {
+        gaps.append(gap(index));
+    }
+    if (gaps.isEmpty()) {
+        return 0;
+    }
+    std::sort(gaps.begin(), gaps.end());
+    return gaps.at(gaps.size() / 2);
+}
 
 } // namespace
 
@@ -325,6 +384,130 @@ void TestSimFaults::pacingHoldsTheByteRate()
     QCOMPARE(fast->executeControl(QStringLiteral("flood %1").arg(bytes)), QStringLiteral("ok"));
     QVERIFY(fastClient.waitFor([&]() { return fastClient.received().size() >= bytes; }, 10000));
     QVERIFY(fastClient.chunks().last().atNs - start < 1000 * s_ms);
+}
+
+void TestSimFaults::latencyHandsOnInBursts()
+{
+    // Up to 33 ms the timer always decides: the 256-byte buffer cannot fill sooner at the
+    // paced rate, even with the catch-up a late pacing tick allows.
+    constexpr int latencyMs = 32;
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    VelutraSimOptions options;
+    options.latencyMs = latencyMs;
+    options.tracePath = folder.filePath(QStringLiteral("trace.txt"));
+    auto simulator = startSimulator(options);
+    QVERIFY(simulator);
+    QVERIFY(simulator->executeControl(QStringLiteral("status")).contains(" latency=32 "));
+    SimTestClient client;
+    QVERIFY(client.open(simulator->portName()));
+    client.clear();
+
+    constexpr int bytes = 1920; // half a second of line time
+    QCOMPARE(simulator->executeControl(QStringLiteral("flood %1").arg(bytes)),
+             QStringLiteral("ok"));
+    QVERIFY(client.waitFor([&]() { return client.received().size() >= bytes; }, 10000));
+    client.pump(2 * latencyMs);
+    QCOMPARE(client.received(), floodBytes(bytes));
+
+    // The adapter hands on at most once a latency period, everything it holds at once.
+    const QList<OutRecord> writes = outRecords(options.tracePath);
+    QVERIFY2(writes.size() >= 10, qPrintable(QString::number(writes.size())));
+    int written = writes.first().bytes;
+    for (int index = 1; index < writes.size(); ++index) {
+        const qint64 gap = writes.at(index).atNs - writes.at(index - 1).atNs;
+        QVERIFY2(gap >= latencyMs * s_ms,
+                 qPrintable(QStringLiteral("write %1 came %2 us after the one before")
+                                    .arg(index)
+                                    .arg(gap / 1000)));
+        written += writes.at(index).bytes;
+    }
+    QCOMPARE(written, bytes);
+    // The line still carries 3840 bytes/s: a period's worth arrives in each burst.
+    const qint64 spread = writes.last().atNs - writes.first().atNs;
+    const double rate = double(bytes - writes.first().bytes) / (double(spread) * 1e-9);
+    QVERIFY2(rate > 3840.0 * 0.9 && rate < 3840.0 * 1.1, qPrintable(QString::number(rate)));
+
+    // The program's reads follow the bursts. Its own scheduling may shift single reads,
+    // so the middle of the gaps is what must show the period.
+    const QList<SimTestClient::Chunk> &reads = client.chunks();
+    QVERIFY2(
+            reads.size() <= writes.size() + 2,
+            qPrintable(QStringLiteral("%1 reads, %2 writes").arg(reads.size()).arg(writes.size())));
+    const qint64 median = medianGapNs(int(reads.size()), [&](int index) {
+        return reads.at(index).atNs - reads.at(index - 1).atNs;
+    });
+    QVERIFY2(median >= latencyMs * s_ms * 3 / 4, qPrintable(QString::number(median / 1000)));
+}
+
+void TestSimFaults::latencyZeroKeepsLinePacing()
+{
+    QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    VelutraSimOptions options;
+    options.latencyMs = 0;
+    options.tracePath = folder.filePath(QStringLiteral("trace.txt"));
+    auto simulator = startSimulator(options);
+    QVERIFY(simulator);
+    QVERIFY(simulator->executeControl(QStringLiteral("status")).contains(" latency=0 "));
+    SimTestClient client;
+    QVERIFY(client.open(simulator->portName()));
+    client.clear();
+
+    constexpr int bytes = 1920;
+    QCOMPARE(simulator->executeControl(QStringLiteral("flood %1").arg(bytes)),
+             QStringLiteral("ok"));
+    QVERIFY(client.waitFor([&]() { return client.received().size() >= bytes; }, 10000));
+    QCOMPARE(client.received(), floodBytes(bytes));
+
+    // Straight from the line: a few bytes every pacing tick of 4 ms.
+    const QList<OutRecord> writes = outRecords(options.tracePath);
+    QVERIFY2(writes.size() >= 40, qPrintable(QString::number(writes.size())));
+    const qint64 median = medianGapNs(int(writes.size()), [&](int index) {
+        return writes.at(index).atNs - writes.at(index - 1).atNs;
+    });
+    QVERIFY2(median < 10 * s_ms, qPrintable(QString::number(median / 1000)));
+    QList<int> sizes;
+    for (const OutRecord &write : writes) {
+        sizes.append(write.bytes);
+    }
+    std::sort(sizes.begin(), sizes.end());
+    QVERIFY2(sizes.at(sizes.size() / 2) <= 32,
+             qPrintable(QString::number(sizes.at(sizes.size() / 2))));
+}
+
+void TestSimFaults::latencyChangesWhileRunning()
+{
+    VelutraSimOptions options;
+    options.pacing = false;
+    auto simulator = startSimulator(options);
+    QVERIFY(simulator);
+    QVERIFY(simulator->executeControl(QStringLiteral("status")).contains(" latency=16 "));
+    SimTestClient client;
+    QVERIFY(client.open(simulator->portName()));
+
+    // The adapter's timer runs on from its last hand-over, so right after a reply the
+    // next hand-over is most of a long period away.
+    QCOMPARE(simulator->executeControl(QStringLiteral("latency 250")), QStringLiteral("ok"));
+    QCOMPARE(client.exchange("e_freq?\n", 20),
+             QByteArray("e_freq?\nFrequency index parameter: 4\n"));
+    client.clear();
+    client.send("e_div?\n");
+    client.pump(30);
+    QVERIFY2(client.received().isEmpty(), client.received().constData());
+
+    // Switched off, what is held goes at once, not when the old period would have ended.
+    QCOMPARE(simulator->executeControl(QStringLiteral("latency 0")), QStringLiteral("ok"));
+    QVERIFY(client.waitForText("Notice: Division factor for PCAOM is 1\n", 150));
+    QCOMPARE(client.received(), QByteArray("e_div?\nNotice: Division factor for PCAOM is 1\n"));
+    QVERIFY(simulator->executeControl(QStringLiteral("status")).contains(" latency=0 "));
+
+    for (const QString &bad : {QStringLiteral("latency"), QStringLiteral("latency 256"),
+                               QStringLiteral("latency -1"), QStringLiteral("latency soon")}) {
+        QVERIFY2(simulator->executeControl(bad).startsWith(QLatin1String("error: ")),
+                 qPrintable(bad));
+    }
+    QVERIFY(simulator->executeControl(QStringLiteral("status")).contains(" latency=0 "));
 }
 
 void TestSimFaults::hostileInputFromTheProgram()
