@@ -143,6 +143,7 @@ SerialMonitor::SerialMonitor(QWidget *parent)
     , m_ui(new Ui::SerialMonitor)
 {
     m_ui->setupUi(this);
+    m_clock.start();
     setPortOpen(false);
     // The traffic colours (black tags, blue marks, magenta bytes) are made for a light
     // page; keep this view light whatever the application's theme.
@@ -228,7 +229,7 @@ void SerialMonitor::appendTraffic(const QString &tag, const QString &direction,
         m_inTypedExchange = typed;
     }
     // Only raw lines are kept here; nothing is formatted until the page is seen.
-    m_pendingLines.push_back(TrafficLine{tag, direction, bytes, QTime::currentTime(), typed});
+    m_pendingLines.push_back(TrafficLine{tag, direction, bytes, m_clock.elapsed(), typed});
     if (m_pendingLines.size() > static_cast<size_t>(pendingLinesLimit())) {
         m_pendingLines.pop_front();
         ++m_droppedLines;
@@ -282,8 +283,13 @@ void SerialMonitor::renderPendingLines()
         insertDroppedLinesNote(cursor);
         ++rendered;
     }
+    // One reading of the wall clock for the whole batch: each line's time of day is this
+    // instant less how long the line has waited.
+    const QTime now = QTime::currentTime();
+    const qint64 nowMs = m_clock.elapsed();
     while (!m_pendingLines.empty() && rendered < LinesPerTurn) {
-        insertTrafficLine(cursor, m_pendingLines.front());
+        const TrafficLine &line = m_pendingLines.front();
+        insertTrafficLine(cursor, line, now.addMSecs(static_cast<int>(line.arrivalMs - nowMs)));
         m_pendingLines.pop_front();
         ++rendered;
     }
@@ -294,7 +300,8 @@ void SerialMonitor::renderPendingLines()
     }
 }
 
-void SerialMonitor::insertTrafficLine(QTextCursor &cursor, const TrafficLine &line)
+void SerialMonitor::insertTrafficLine(QTextCursor &cursor, const TrafficLine &line,
+                                      const QTime &arrival)
 {
     static const QTextCharFormat tagFormat = colouredFormat(QColor::fromRgb(TagColour));
     static const QTextCharFormat hexDumpFormat = colouredFormat(QColor::fromRgb(HexDumpColour));
@@ -313,7 +320,7 @@ void SerialMonitor::insertTrafficLine(QTextCursor &cursor, const TrafficLine &li
     QTextBlock block = cursor.block();
     block.setUserState(line.typed ? TypedLineState : PollingLineState);
     block.setVisible(line.typed || !m_typedOnly);
-    const QString tag = TrafficTag::withTimeOfDay(line.tag, line.arrival);
+    const QString tag = TrafficTag::withTimeOfDay(line.tag, arrival);
     cursor.insertText(collapsedWhiteSpace(tag + QLatin1String(": ")), tagFormat);
     cursor.insertText(collapsedWhiteSpace(line.direction),
                       colouredFormat(directionColour(line.direction)));

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
+#include <QElapsedTimer>
 #include <QString>
 #include <QTime>
 #include <QTimer>
@@ -85,7 +86,9 @@ private:
         QString tag;
         QString direction;
         QByteArray bytes;
-        QTime arrival;
+        // Milliseconds on m_clock: reading the wall clock costs a time-zone check of the
+        // system's files every time, too much for every line of a night's polling.
+        qint64 arrivalMs = 0;
         // A command typed here, or a line the device sent in answer to one.
         bool typed = false;
     };
@@ -93,7 +96,7 @@ private:
     void appendTraffic(const QString &tag, const QString &direction, const QByteArray &bytes);
     bool isOnScreen() const;
     void renderPendingLines();
-    void insertTrafficLine(QTextCursor &cursor, const TrafficLine &line);
+    void insertTrafficLine(QTextCursor &cursor, const TrafficLine &line, const QTime &arrival);
     void insertDroppedLinesNote(QTextCursor &cursor);
     void trimOldestLines();
     void applyFilter();
@@ -114,6 +117,7 @@ private:
     // Lines that fell out of the pending ones before they could be shown.
     qint64 m_droppedLines = 0;
     QTimer m_renderTimer;
+    QElapsedTimer m_clock;
 };
 
 #endif // SERIALMONITOR_H
