@@ -426,15 +426,18 @@ void TestRecordingWithSimulator::trendsFillWhileTheOvensWarmUp()
     QTRY_VERIFY_WITH_TIMEOUT(m_linkUp && m_controller, 20000);
     // The module starts heating at power-up; let it cool to near room temperature first.
     const int oven1Column = columnOf("SHG oven actual");
+    const int oven1 = RecordedQuantities::trendIndexes().indexOf(oven1Column);
     m_controller->slotSendManualCommand("ls_enable=2\n");
-    QTRY_VERIFY_WITH_TIMEOUT(values->value(oven1Column) < 35.0, 30000);
+    // The plot's own newest point: the recorder's latest value runs up to one interval (three
+    // seconds of device time) ahead of the row the plot last took.
+    QTRY_VERIFY_WITH_TIMEOUT(model.size() > 0 && model.value(oven1, model.size() - 1) < 35.0f,
+                             30000);
     const int warmUpStart = model.size() - 1;
     const qint64 warmUpTime = model.time(warmUpStart);
     m_controller->slotSendManualCommand("ls_enable=4\n");
     // Five minutes of device time.
     QTRY_VERIFY_WITH_TIMEOUT(model.time(model.size() - 1) - warmUpTime > 5 * 60 * 1000, 30000);
     page.redraw();
-    const int oven1 = RecordedQuantities::trendIndexes().indexOf(oven1Column);
     QVERIFY(page.drawnPointCount(oven1) > 20);
     // The oven warmed up from room temperature towards its set-point of 150 °C.
     const float first = model.value(oven1, warmUpStart);
