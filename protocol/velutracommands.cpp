@@ -193,11 +193,8 @@ QString moduleWavelength(int comboIndex)
 
 QString setPower_uJ(double microjoules)
 {
-    // The factor is a single-precision constant in the device's own tools; 1000 is exact
-    // in float, so widening it changes nothing.
-    static constexpr float s_nanojoulesPerMicrojoule = 1000.0f;
     return QStringLiteral("ly_vtx2_power=%1\n")
-            .arg(formatFixed(microjoules * double(s_nanojoulesPerMicrojoule), 0));
+            .arg(formatFixed(microjoules * NanojoulesPerMicrojoule, 0));
 }
 
 QString setPowerPercent(double percent)
@@ -303,8 +300,7 @@ QString setDynamicWavelengthEnabled(int enabled)
 
 QString setDynamicWavelengthDefault(int wavelengthIndex, double microjoules)
 {
-    static constexpr double s_nanojoulesPerMicrojoule = 1000.0;
-    const double nanojoules = microjoules * s_nanojoulesPerMicrojoule;
+    const double nanojoules = microjoules * NanojoulesPerMicrojoule;
     // The laser reads the energy as a plain decimal number and cannot parse "6e+07". General
     // notation keeps the short form of ordinary values ("2500", "1234.57"); where it would
     // switch to an exponent, whole nanojoules are exact enough.

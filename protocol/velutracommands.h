@@ -115,7 +115,11 @@ QString setDigitalGate(int mode); // "ly_vtx2_digiop=%1\n"
 /// Switches the device's debug output off when it reports it on.
 QString debugOutputOff(); // "d2=0\n"
 
-// ---- Number formats used in the arguments ---------------------------------------------
+// ---- Units and number formats used in the arguments -----------------------------------
+
+/// The device counts pulse energy in nJ; the panel and the operator in µJ.
+constexpr double NanojoulesPerMicrojoule = 1000.0;
+
 
 /// Decimal integer, '-' for negative values.
 QString formatInt(int value);
