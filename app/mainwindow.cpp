@@ -8,7 +8,6 @@
 #include "maincontrolpanel.h"
 #include "optionsdialog.h"
 #include "panelkit.h"
-#include "portreconnector.h"
 #include "reconnectoption.h"
 #include "recordingservice.h"
 #include "serialmonitor.h"
@@ -32,13 +31,11 @@
 #include <QSettings>
 #include <QSignalMapper>
 #include <QStatusBar>
-#include <QThread>
 #include <QTimer>
 #include <QUrl>
 
 namespace {
 
-constexpr int ThreadStopTimeoutMs = 2000;
 constexpr char GeometryKey[] = "MainWindow/Geometry";
 constexpr char WindowStateKey[] = "MainWindow/WindowState";
 
@@ -76,37 +73,21 @@ MainWindow::MainWindow(QWidget *parent)
     m_signalMapper = new QSignalMapper(this);
     connect(m_signalMapper, &QSignalMapper::mappedString, this, &MainWindow::connectMenuHandler);
 
-    // The handler lives in its own thread; every connection below is queued across it.
-    m_serialHandler = new VelutraSerialHandler();
-    m_serialThread = new QThread(this);
-    m_serialHandler->moveToThread(m_serialThread);
-    connect(m_serialThread, SIGNAL(started()), m_serialHandler, SLOT(slotMainLoop()));
-    connect(m_serialThread, &QThread::finished, m_serialHandler, &QObject::deleteLater);
-    connect(m_serialThread, &QThread::finished, m_serialThread, &QObject::deleteLater);
-    connect(this, SIGNAL(sigOpenCommunication(QString)), m_serialHandler,
-            SLOT(slotOpenCommunication(QString)));
-    connect(this, SIGNAL(sigCloseCommunication()), m_serialHandler, SLOT(slotCloseCommunication()));
-    connect(m_serialHandler, SIGNAL(sigStatusMessage(QString)), this,
-            SLOT(slotWriteLogLine(QString)));
-    connect(m_serialHandler, SIGNAL(sigCommunicationOpened(QString)), this,
-            SLOT(onPortsOpened(QString)));
-    connect(m_serialHandler, SIGNAL(sigCommunicationClosed(QString)), this,
-            SLOT(onPortsClosed(QString)));
-    connect(m_serialHandler, &VelutraSerialHandler::sigCommunicationLost, this,
-            &MainWindow::onPortLost);
-    connect(m_serialHandler, &VelutraSerialHandler::sigConnectedStatus, this,
-            &MainWindow::onConnectedStatus);
-
-    m_identityCheck = new LaserIdentityCheck(m_serialHandler, this);
-    connect(m_identityCheck, &LaserIdentityCheck::failed, this, &MainWindow::onIdentityCheckFailed);
-    m_reconnector = new PortReconnector(this);
-    connect(m_reconnector, &PortReconnector::openRequested, this,
-            &MainWindow::onReconnectOpenRequested);
-    m_linkRecoveryTimer = new QTimer(this);
-    m_linkRecoveryTimer->setSingleShot(true);
-    m_linkRecoveryTimer->setInterval(LinkRecoveryMs);
-    connect(m_linkRecoveryTimer, &QTimer::timeout, this, &MainWindow::onLinkRecoveryTimeout);
-    m_serialThread->start(QThread::InheritPriority);
+    m_session = new LaserSession(this);
+    m_session->setPanelHost(this, [this](const QString &name) {
+        onPortsOpened(name);
+        return m_controlPanel.data();
+    });
+    // The operator's Connect menu choices; the session decides what they lead to.
+    connect(this, &MainWindow::sigOpenCommunication, m_session, &LaserSession::open);
+    connect(this, &MainWindow::sigCloseCommunication, m_session, &LaserSession::close);
+    connect(m_session->handler(), &VelutraSerialHandler::sigStatusMessage, this,
+            &MainWindow::slotWriteLogLine);
+    connect(m_session, &LaserSession::sigStatusMessage, this, &MainWindow::slotWriteLogLine);
+    connect(m_session, &LaserSession::notice, this, &MainWindow::showNotice);
+    connect(m_session, &LaserSession::stateChanged, this, &MainWindow::onSessionStateChanged);
+    connect(m_session, &LaserSession::controllerCreated, this, &MainWindow::onControllerCreated);
+    connect(m_session, &LaserSession::portClosed, this, &MainWindow::onPortsClosed);
 
     setCentralWidget(new CenterTabWidget(this));
 
@@ -114,10 +95,10 @@ MainWindow::MainWindow(QWidget *parent)
     createGenericDockWidget(applicationLog, tr("Application Log"), Qt::RightDockWidgetArea, false);
     m_serialMonitor = new SerialMonitor(this);
     createGenericDockWidget(m_serialMonitor, tr("Serial Monitor"), Qt::BottomDockWidgetArea, false);
-    connect(m_serialHandler, SIGNAL(sigBytesReceived(QString, QByteArray)), m_serialMonitor,
-            SLOT(slotBytesReceived(QString, QByteArray)));
-    connect(m_serialHandler, SIGNAL(sigBytesTransmitted(QString, QByteArray)), m_serialMonitor,
-            SLOT(slotBytesTransmitted(QString, QByteArray)));
+    connect(m_session->handler(), &VelutraSerialHandler::sigBytesReceived, m_serialMonitor,
+            &SerialMonitor::slotBytesReceived);
+    connect(m_session->handler(), &VelutraSerialHandler::sigBytesTransmitted, m_serialMonitor,
+            &SerialMonitor::slotBytesTransmitted);
 
     createActions();
     createMenus();
@@ -129,38 +110,42 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
-    if (m_serialThread) {
-        m_serialThread->quit();
-        if (!m_serialThread->wait(ThreadStopTimeoutMs)) {
-            qCWarning(lcApp, "The serial thread did not stop within %d ms", ThreadStopTimeoutMs);
-        }
-    }
+    // The serial thread stops before the window's pages go.
+    delete m_session;
+    m_session = nullptr;
     _AppLog::WriteLogLine(tr("***** Application shutdown %1  *****").arg(today()));
     _AppLog::SaveLog();
 }
 
 QString MainWindow::openPortName() const
 {
-    return m_portName;
+    return m_session->portName();
 }
 
 bool MainWindow::isReconnecting() const
 {
-    return m_reconnector->isActive();
+    return m_session->isReconnecting();
+}
+
+LaserSession *MainWindow::session() const
+{
+    return m_session;
 }
 
 QString MainWindow::emissionState() const
 {
-    if (m_portName.isEmpty()) {
+    if (m_session->portName().isEmpty()) {
         return QString();
     }
-    if (m_laserOn && m_outputEnabled) {
+    const bool laserOn = m_session->isLaserOn();
+    const bool outputEnabled = m_session->isOutputEnabled();
+    if (laserOn && outputEnabled) {
         return tr("The laser is on and its output is enabled.");
     }
-    if (m_laserOn) {
+    if (laserOn) {
         return tr("The laser is on.");
     }
-    if (m_outputEnabled) {
+    if (outputEnabled) {
         return tr("The laser's output is enabled.");
     }
     return QString();
@@ -171,13 +156,14 @@ void MainWindow::connectToPort(const QString &name)
     if (name.isEmpty()) {
         return;
     }
-    if (isReconnecting() && name == m_reconnector->portName()) {
+    if (isReconnecting() && name == m_session->reconnectPortName()) {
         slotWriteLogLine(tr("Port %1 is already being reconnected.").arg(name));
         return;
     }
-    if (!m_portName.isEmpty()) {
+    const QString open = openPortName();
+    if (!open.isEmpty()) {
         slotWriteLogLine(
-                tr("Port %1 is already open; close it before opening %2.").arg(m_portName, name));
+                tr("Port %1 is already open; close it before opening %2.").arg(open, name));
         return;
     }
     connectMenuHandler(name);
@@ -301,13 +287,12 @@ void MainWindow::updateConnectMenu()
         m_signalMapper->removeMappings(action);
     }
     m_connectMenu->clear();
+    const QString open = openPortName();
     if (isReconnecting()) {
         // Disconnect stops the search; another port may be chosen instead.
         m_connectMenu->setTitle(tr("&Disconnect"));
-        const QString lost = m_reconnector->portName();
-        QAction *action = m_connectMenu->addAction(tr("Close ") + lost);
-        connect(action, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
-        m_signalMapper->setMapping(action, lost);
+        const QString lost = m_session->reconnectPortName();
+        addPortAction(tr("Close ") + lost, lost, QString());
         const QStringList names = SerialportList::GetPipeNames();
         for (const QString &name : names) {
             if (name == lost) {
@@ -316,30 +301,31 @@ void MainWindow::updateConnectMenu()
             if (m_connectMenu->actions().size() == 1) {
                 m_connectMenu->addSeparator();
             }
-            QAction *open = m_connectMenu->addAction(tr("Open ") + name);
-            open->setToolTip(SerialportList::GetExtendedPipeName(name));
-            open->setStatusTip(open->toolTip());
-            connect(open, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
-            m_signalMapper->setMapping(open, name);
+            addPortAction(tr("Open ") + name, name, SerialportList::GetExtendedPipeName(name));
         }
         m_connectMenu->setToolTipsVisible(true);
-    } else if (m_portName.isEmpty()) {
+    } else if (open.isEmpty()) {
         m_connectMenu->setTitle(tr("&Connect"));
         const QStringList names = SerialportList::GetPipeNames();
         for (const QString &name : names) {
-            QAction *action = m_connectMenu->addAction(tr("Open ") + name);
-            action->setToolTip(SerialportList::GetExtendedPipeName(name));
-            action->setStatusTip(action->toolTip());
-            connect(action, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
-            m_signalMapper->setMapping(action, name);
+            addPortAction(tr("Open ") + name, name, SerialportList::GetExtendedPipeName(name));
         }
         m_connectMenu->setToolTipsVisible(true);
     } else {
         m_connectMenu->setTitle(tr("&Disconnect"));
-        QAction *action = m_connectMenu->addAction(tr("Close ") + m_portName);
-        connect(action, SIGNAL(triggered()), m_signalMapper, SLOT(map()));
-        m_signalMapper->setMapping(action, m_portName);
+        addPortAction(tr("Close ") + open, open, QString());
     }
+}
+
+void MainWindow::addPortAction(const QString &text, const QString &name, const QString &toolTip)
+{
+    QAction *action = m_connectMenu->addAction(text);
+    if (!toolTip.isEmpty()) {
+        action->setToolTip(toolTip);
+        action->setStatusTip(toolTip);
+    }
+    connect(action, &QAction::triggered, m_signalMapper, qOverload<>(&QSignalMapper::map));
+    m_signalMapper->setMapping(action, name);
 }
 
 void MainWindow::updateToolMenu()
@@ -361,280 +347,96 @@ void MainWindow::updateWindowMenu()
 void MainWindow::connectMenuHandler(QString name)
 {
     if (isReconnecting()) {
-        const bool disconnect = name == m_reconnector->portName();
-        slotWriteLogLine(tr("Reconnecting to %1 stopped.")
-                                 .arg(PortReconnector::shortName(m_reconnector->portName())));
-        stopReconnecting();
-        removeAllSystemWidgets();
-        updateConnectMenu();
+        const bool disconnect = name == m_session->reconnectPortName();
+        m_session->stopReconnecting();
         if (disconnect) {
             return;
         }
     }
-    if (m_portName.isEmpty()) {
-        // The operator's choice: whatever answers there is the laser from now on.
-        m_laser = LaserIdentity();
-        statusBar()->clearMessage();
-        requestOpen(name);
+    if (openPortName().isEmpty()) {
+        emit sigOpenCommunication(name);
         return;
     }
-    const QString open = m_portName;
+    const QString open = openPortName();
     if (!confirmLeavingEmission(tr("Disconnect"))) {
         return;
     }
     // The port may have gone while the question was on screen.
-    if (m_portName == open) {
+    if (openPortName() == open) {
         emit sigCloseCommunication();
     }
 }
 
-void MainWindow::requestOpen(const QString &name)
-{
-    m_openCalledOff = false;
-    emit sigOpenCommunication(name);
-}
-
 void MainWindow::onPortsOpened(QString name)
 {
-    if (m_openCalledOff) {
-        // The close that called it off is queued behind it in the handler.
-        return;
-    }
-    const bool reconnected = isReconnecting();
-    if (reconnected) {
-        const QString lost = m_reconnector->portName();
-        m_reconnector->stop();
-        statusBar()->clearMessage();
-        if (name != lost) {
-            slotWriteLogLine(tr("%1 is back as %2.")
-                                     .arg(PortReconnector::shortName(lost),
-                                          PortReconnector::shortName(name)));
-        }
-    }
-    m_portName = name;
-    m_linkUp = false;
-    m_reconnector->rememberPort(name);
-    updateConnectMenu();
+    Q_UNUSED(name)
     // The greyed panel of the lost connection gives way to one built from fresh replies.
     removeAllSystemWidgets();
-    if (reconnected && ReconnectOption::isReconnectEnabled()) {
-        // A device that is back but does not answer is given up on like a silent one.
-        m_linkRecoveryTimer->start();
-    }
     m_controlPanel = new MainControlPanel(this);
     createSystemWidget(m_controlPanel, tr("Control Panel"));
+}
+
+void MainWindow::onControllerCreated(VelutraController *controller)
+{
     // Until the device has said who it is, the panel takes nothing: after a loss it could
     // be another device on the same path, and a first answer may never come.
-    const LaserIdentity expected = reconnected ? m_laser : LaserIdentity();
-    const QString port = PortReconnector::shortName(name);
-    m_controlPanel->hold(
-            expected.isKnown()
-                    ? tr("Checking that the device on %1 is the laser %2 that was connected…")
-                              .arg(port, expected.name())
-                    : tr("Waiting for the laser on %1 to answer…").arg(port));
-    if (m_controller) {
-        // A close that never arrived: never let two controllers feed one handler.
-        m_controller->disconnect(m_serialHandler);
-        m_controller->deleteLater();
+    if (m_controlPanel) {
+        const LaserIdentity expected = m_session->expectedLaser();
+        const QString port = LaserSession::shortName(m_session->portName());
+        m_controlPanel->hold(
+                expected.isKnown()
+                        ? tr("Checking that the device on %1 is the laser %2 that was connected…")
+                                  .arg(port, expected.name())
+                        : tr("Waiting for the laser on %1 to answer…").arg(port));
     }
-    m_controller = new VelutraController(this, m_controlPanel, m_serialHandler, this);
-    m_identityCheck->begin(m_controller, expected);
-    m_laserOn = false;
-    m_outputEnabled = false;
-    // Only the current controller speaks for the laser; one on its way out may still emit.
-    VelutraController *controller = m_controller;
-    connect(m_controller, &VelutraController::setLaserOn, this, [this, controller](bool on) {
-        if (controller == m_controller) {
-            m_laserOn = on;
-        }
-    });
-    connect(m_controller, &VelutraController::setOutEnableOn, this, [this, controller](bool on) {
-        if (controller == m_controller) {
-            m_outputEnabled = on;
-        }
-    });
-    m_recording->attachController(m_controller);
     if (m_serialMonitor) {
-        connect(m_serialMonitor, SIGNAL(sigSendCommand(QByteArray)), m_controller,
-                SLOT(slotSendManualCommand(QByteArray)));
-        m_serialMonitor->setPortOpen(true);
+        connect(m_serialMonitor, &SerialMonitor::sigSendCommand, controller,
+                &VelutraController::slotSendManualCommand);
     }
-    QTimer::singleShot(10, m_controller, SLOT(slotMainLoop()));
 }
 
 void MainWindow::onPortsClosed(QString name)
 {
-    const bool lost = m_portLost || m_reopenAfterClose;
-    m_portLost = false;
-    m_reopenAfterClose = false;
-    if (name != m_portName) {
-        // A port opened after it was called off, or one this window never took up.
-        return;
-    }
-    m_linkRecoveryTimer->stop();
-    m_linkUp = false;
-    m_portName.clear();
-    if (m_serialMonitor) {
-        m_serialMonitor->setPortOpen(false);
-    }
-    dropController();
-    if (lost && ReconnectOption::isReconnectEnabled()) {
+    Q_UNUSED(name)
+    if (m_session->state() == LaserSession::State::Reconnecting && m_controlPanel) {
         // The panel stays, greyed, so the operator sees what the laser last reported until
         // a new controller rebuilds it from the device's fresh replies.
-        if (m_controlPanel) {
-            m_controlPanel->setEnabled(false);
-        }
-        startReconnecting();
-    } else {
-        // The panel takes the controller's widget with it.
-        removeAllSystemWidgets();
+        m_controlPanel->setEnabled(false);
     }
+}
+
+void MainWindow::onSessionStateChanged(LaserSession::State state)
+{
     updateConnectMenu();
-}
-
-void MainWindow::onPortLost(const QString &name)
-{
-    if (name == m_portName) {
-        m_portLost = true;
-    }
-}
-
-void MainWindow::onConnectedStatus(bool connected)
-{
-    if (connected) {
-        if (m_identityCheck->isRunning()) {
-            const LaserIdentityCheck::Outcome outcome = m_identityCheck->concludeHandshake();
-            if (outcome != LaserIdentityCheck::Outcome::Confirmed) {
-                refuseDevice(outcome);
-                return;
-            }
-            m_laser = m_identityCheck->identity();
-            if (m_controlPanel) {
-                m_controlPanel->release();
-            }
-        }
-        m_linkUp = true;
-        m_linkRecoveryTimer->stop();
-        if (m_reconnectClock.isValid()) {
-            slotWriteLogLine(tr("Reconnected to %1 after %2 s.")
-                                     .arg(PortReconnector::shortName(m_portName))
-                                     .arg(double(m_reconnectClock.elapsed()) / 1000.0, 0, 'f', 1));
-            m_reconnectClock.invalidate();
-        }
-        return;
-    }
-    // Only a link that was up can break down; the handshake of a fresh open retries itself.
-    if (m_linkUp && !m_portName.isEmpty() && ReconnectOption::isReconnectEnabled()
-        && !m_linkRecoveryTimer->isActive()) {
-        m_linkRecoveryTimer->start();
-    }
-    m_linkUp = false;
-}
-
-void MainWindow::onLinkRecoveryTimeout()
-{
-    if (m_portName.isEmpty() || m_linkUp || !ReconnectOption::isReconnectEnabled()) {
-        return;
-    }
-    slotWriteLogLine(tr("No answer from %1 for %2 s: reopening the port.")
-                             .arg(PortReconnector::shortName(m_portName))
-                             .arg(LinkRecoveryMs / 1000));
-    m_reopenAfterClose = true;
-    emit sigCloseCommunication();
-}
-
-void MainWindow::onIdentityCheckFailed(LaserIdentityCheck::Outcome outcome)
-{
-    if (!m_portName.isEmpty()) {
-        refuseDevice(outcome);
-    }
-}
-
-void MainWindow::refuseDevice(LaserIdentityCheck::Outcome outcome)
-{
-    const QString port = PortReconnector::shortName(m_portName);
-    const LaserIdentity expected = m_identityCheck->expected();
-    const QString message
-            = expected.isKnown()
-                      ? tr("The device on %1 is not the laser %2 that was connected")
-                                .arg(port, expected.name())
-                      : tr("The device on %1 does not answer like a Velutra laser; the port is "
-                           "closed.")
-                                .arg(port);
-    qCInfo(lcApp) << "Refused the device on" << port << outcome;
-    // Nothing more is written to it, and nothing opens it again on its own.
-    shutDownLink();
-    updateConnectMenu();
-    slotWriteLogLine(message);
-    statusBar()->showMessage(message);
-}
-
-void MainWindow::onReconnectOpenRequested(const QString &name)
-{
-    if (!m_portName.isEmpty()) {
-        return;
-    }
-    // A close first, though nothing is open: the handler then drops every setting still
-    // queued (the old controller may have queued one after the loss), so the reconnected
-    // laser is only read, never set, by what was asked of the lost connection.
-    emit sigCloseCommunication();
-    requestOpen(name);
-}
-
-void MainWindow::startReconnecting()
-{
-    const QString message
-            = tr("Reconnecting to %1…").arg(PortReconnector::shortName(m_reconnector->portName()));
-    statusBar()->showMessage(message);
-    slotWriteLogLine(message);
-    if (!m_reconnectClock.isValid()) {
-        m_reconnectClock.start();
-    }
-    m_reconnector->start();
-}
-
-void MainWindow::stopReconnecting()
-{
-    m_reconnector->stop();
-    m_reconnectClock.invalidate();
-    statusBar()->clearMessage();
-    // An open already asked for may still complete: close whatever it opens.
-    m_openCalledOff = true;
-    emit sigCloseCommunication();
-}
-
-void MainWindow::dropController()
-{
-    m_identityCheck->end();
-    m_laserOn = false;
-    m_outputEnabled = false;
-    if (m_controller) {
-        // Until the deferred delete runs, its loop could still queue commands for the port.
-        m_controller->disconnect(m_serialHandler);
-        m_controller->deleteLater();
-        m_controller = nullptr;
-    }
-}
-
-void MainWindow::shutDownLink()
-{
-    // Nothing may open, reopen or write from here on; the panel goes (deferred, so a prompt
-    // of the panel that is waiting in its own event loop returns first), and with it every
-    // dialog it holds open.
-    m_linkRecoveryTimer->stop();
-    if (isReconnecting()) {
-        m_reconnector->stop();
-        statusBar()->clearMessage();
-    }
-    m_reconnectClock.invalidate();
-    m_openCalledOff = true;
-    dropController();
-    removeAllSystemWidgets();
     if (m_serialMonitor) {
-        m_serialMonitor->setPortOpen(false);
+        m_serialMonitor->setPortOpen(!openPortName().isEmpty());
     }
-    m_portName.clear();
-    emit sigCloseCommunication();
+    switch (state) {
+    case LaserSession::State::Closed:
+        // The panel takes the controller's widget with it (deferred, so a prompt of the
+        // panel that is waiting in its own event loop returns first).
+        removeAllSystemWidgets();
+        break;
+    case LaserSession::State::Connected:
+        if (m_controlPanel && m_controlPanel->isHeld()) {
+            m_controlPanel->release();
+        }
+        break;
+    case LaserSession::State::Opening:
+    case LaserSession::State::Handshaking:
+    case LaserSession::State::Reconnecting:
+    case LaserSession::State::Closing:
+        break;
+    }
+}
+
+void MainWindow::showNotice(const QString &text)
+{
+    if (text.isEmpty()) {
+        statusBar()->clearMessage();
+    } else {
+        statusBar()->showMessage(text);
+    }
 }
 
 bool MainWindow::confirmLeavingEmission(const QString &leaving)
@@ -716,7 +518,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
     if (m_leavePrompt) {
         m_leavePrompt->reject();
     }
-    shutDownLink();
+    m_session->shutDown();
     saveMainWindowState();
     removeAllAccessoryDocks();
     ZELMMainWindow::closeEvent(event);

@@ -10,6 +10,7 @@
 #include "trafficlogwriter.h"
 #include "trendspage.h"
 #include "valuerecorder.h"
+#include "velutracontroller.h"
 #include "velutraserialhandler.h"
 
 #include <QAction>
@@ -41,7 +42,9 @@ QString suggestedPath(const char *stem, const char *suffix)
 void MainWindow::setupRecording()
 {
     m_recording = new RecordingService(this);
-    m_recording->attachHandler(m_serialHandler);
+    m_recording->attachHandler(m_session->handler());
+    connect(m_session, &LaserSession::controllerCreated, m_recording,
+            &RecordingService::attachController);
     TrafficLogWriter *trafficLog = m_recording->trafficLog();
     ValueRecorder *values = m_recording->values();
     connect(trafficLog, &TrafficLogWriter::sigStatusMessage, this, &MainWindow::slotWriteLogLine);

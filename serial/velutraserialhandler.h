@@ -70,6 +70,9 @@ signals:
     // received does.
     void sigBytesDiscarded(const QString &tag, const QByteArray &bytes);
 
+    // The thread's owner starts the loop; nothing else may turn it.
+    friend class LaserSession;
+
 private slots:
     void slotMainLoop();
     void slotReadyRead();
