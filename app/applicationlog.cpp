@@ -9,6 +9,7 @@
 #include <QScrollBar>
 #include <QTextOption>
 #include <QTimer>
+#include <QToolButton>
 
 namespace {
 
@@ -28,9 +29,12 @@ ApplicationLog::ApplicationLog(QWidget *parent)
     // where only a few letters after the time stamp would show.
     m_ui->plainTextEdit->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     m_ui->plainTextEdit->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    connect(m_ui->toolButtonClear, SIGNAL(clicked()), this, SLOT(onToolButtonClear_clicked()));
-    connect(m_ui->toolButtonSave, SIGNAL(clicked()), this, SLOT(onToolButtonSave_clicked()));
-    connect(m_ui->toolButtonPrint, SIGNAL(clicked()), this, SLOT(onToolButtonPrint_clicked()));
+    connect(m_ui->toolButtonClear, &QToolButton::clicked, this,
+            &ApplicationLog::onToolButtonClear_clicked);
+    connect(m_ui->toolButtonSave, &QToolButton::clicked, this,
+            &ApplicationLog::onToolButtonSave_clicked);
+    connect(m_ui->toolButtonPrint, &QToolButton::clicked, this,
+            &ApplicationLog::onToolButtonPrint_clicked);
     connect(m_ui->plainTextEdit->verticalScrollBar(), &QScrollBar::valueChanged, this,
             &ApplicationLog::onVScrollChanged);
     connect(m_ui->plainTextEdit, &QPlainTextEdit::textChanged, this,

@@ -19,37 +19,48 @@ void configure(QCommandLineParser &parser)
             "Control program for Velutra pulsed lasers and their harmonic modules."));
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOption(QCommandLineOption(
-            QString::fromLatin1(ListPortsOption),
-            QCoreApplication::translate("CommandLine",
-                                        "Print the serial ports a laser can be reached on, with "
-                                        "their descriptions, and exit.")));
-    parser.addOption(QCommandLineOption(
-            QString::fromLatin1(ConnectOption),
-            QCoreApplication::translate("CommandLine",
-                                        "Once the window is shown, open <port> as the Connect menu "
-                                        "would (a name such as ttyUSB0 or a path such as "
-                                        "/dev/ttyUSB0)."),
-            QCoreApplication::translate("CommandLine", "port")));
-    parser.addOption(QCommandLineOption(
-            QString::fromLatin1(VerboseOption),
-            QCoreApplication::translate("CommandLine",
-                                        "Write the debug traces of every part of the program "
-                                        "(velutra.*) to the daily log file. QT_LOGGING_RULES "
-                                        "chooses finer, e.g. \"velutra.serial.debug=true\".")));
-    // Recording, as the Recording menu would start it.
-    parser.addOption(QCommandLineOption(
-            QString::fromLatin1(TrafficLogOption),
-            QCoreApplication::translate("CommandLine",
-                                        "Append every line sent to and received from the laser "
-                                        "to <file> from the start."),
-            QCoreApplication::translate("CommandLine", "file")));
-    parser.addOption(QCommandLineOption(
-            QString::fromLatin1(RecordOption),
-            QCoreApplication::translate("CommandLine",
-                                        "Record the laser's values to the CSV file <file> from "
-                                        "the start."),
-            QCoreApplication::translate("CommandLine", "file")));
+    // In the order --help lists them; an option without a value name takes none.
+    static const struct
+    {
+        const char *name;
+        const char *description;
+        const char *valueName;
+    } s_options[] = {
+            {ListPortsOption,
+             QT_TRANSLATE_NOOP("CommandLine",
+                               "Print the serial ports a laser can be reached on, with their "
+                               "descriptions, and exit."),
+             nullptr},
+            {ConnectOption,
+             QT_TRANSLATE_NOOP("CommandLine",
+                               "Once the window is shown, open <port> as the Connect menu would (a "
+                               "name such as ttyUSB0 or a path such as /dev/ttyUSB0)."),
+             QT_TRANSLATE_NOOP("CommandLine", "port")},
+            {VerboseOption,
+             QT_TRANSLATE_NOOP("CommandLine",
+                               "Write the debug traces of every part of the program (velutra.*) to "
+                               "the daily log file. QT_LOGGING_RULES chooses finer, e.g. "
+                               "\"velutra.serial.debug=true\"."),
+             nullptr},
+            // Recording, as the Recording menu would start it.
+            {TrafficLogOption,
+             QT_TRANSLATE_NOOP(
+                     "CommandLine",
+                     "Append every line sent to and received from the laser to <file> from "
+                     "the start."),
+             QT_TRANSLATE_NOOP("CommandLine", "file")},
+            {RecordOption,
+             QT_TRANSLATE_NOOP("CommandLine",
+                               "Record the laser's values to the CSV file <file> from the start."),
+             QT_TRANSLATE_NOOP("CommandLine", "file")},
+    };
+    for (const auto &option : s_options) {
+        parser.addOption(QCommandLineOption(
+                QString::fromLatin1(option.name),
+                QCoreApplication::translate("CommandLine", option.description),
+                option.valueName ? QCoreApplication::translate("CommandLine", option.valueName)
+                                 : QString()));
+    }
 }
 
 bool needsWindow(int argc, char **argv)

@@ -37,6 +37,16 @@ QString suggestedPath(const char *stem, const char *suffix)
                                    QLatin1String(suffix)));
 }
 
+// A file to record into, suggested in the recording folder; an existing one is appended to,
+// so there is nothing to confirm. Empty when cancelled.
+QString askForRecordingFile(QWidget *parent, const QString &title, const char *stem,
+                            const char *suffix, const QString &filter)
+{
+    return QFileDialog::getSaveFileName(parent, title, suggestedPath(stem, suffix), filter, nullptr,
+                                        QFileDialog::DontConfirmOverwrite
+                                                | QFileDialog::DontUseNativeDialog);
+}
+
 } // namespace
 
 void MainWindow::setupRecording()
@@ -167,10 +177,8 @@ void MainWindow::chooseTrafficLog(bool record)
         trafficLog->stop();
         return;
     }
-    const QString path = QFileDialog::getSaveFileName(
-            this, tr("Record traffic to file"), suggestedPath("traffic", "log"),
-            tr("Traffic log (*.log *.txt)"), nullptr,
-            QFileDialog::DontConfirmOverwrite | QFileDialog::DontUseNativeDialog);
+    const QString path = askForRecordingFile(this, tr("Record traffic to file"), "traffic", "log",
+                                             tr("Traffic log (*.log *.txt)"));
     // Cancelled or failed: the monitor's box goes back to what is true.
     if (path.isEmpty() || !trafficLog->start(path)) {
         if (m_serialMonitor) {
@@ -187,9 +195,8 @@ void MainWindow::chooseValueRecording(bool record)
         values->stopFile();
         return;
     }
-    const QString path = QFileDialog::getSaveFileName(
-            this, tr("Record values"), suggestedPath("values", "csv"), tr("CSV file (*.csv)"),
-            nullptr, QFileDialog::DontConfirmOverwrite | QFileDialog::DontUseNativeDialog);
+    const QString path = askForRecordingFile(this, tr("Record values"), "values", "csv",
+                                             tr("CSV file (*.csv)"));
     if (!path.isEmpty()) {
         values->startFile(path);
     }
