@@ -807,16 +807,15 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
         // value: 0 oven 1 (SHG oven), 1 oven 2 (THG oven).
         Values &v = *d.m_values;
         const int oven = v.rules[rule].value;
-        bool ok[3] = {false, false, false};
-        const double setpoint = v.pattern(rule).cap(1).toDouble(&ok[0]);
-        const double minimum = v.pattern(rule).cap(2).toDouble(&ok[1]);
-        const double maximum = v.pattern(rule).cap(3).toDouble(&ok[2]);
-        if (!ok[0] || !ok[1] || !ok[2]) {
+        const std::optional<double> setpoint = real(v.pattern(rule).cap(1));
+        const std::optional<double> minimum = real(v.pattern(rule).cap(2));
+        const std::optional<double> maximum = real(v.pattern(rule).cap(3));
+        if (!setpoint || !minimum || !maximum) {
             return O::ParsingError;
         }
-        v.ovenSetpoint[oven].latest = setpoint;
-        v.ovenMinimum[oven].latest = minimum;
-        v.ovenMaximum[oven].latest = maximum;
+        v.ovenSetpoint[oven].latest = *setpoint;
+        v.ovenMinimum[oven].latest = *minimum;
+        v.ovenMaximum[oven].latest = *maximum;
         d.publishOvenSetpoint(oven, false);
         return O::Handled;
     };
