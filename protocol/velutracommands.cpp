@@ -5,175 +5,102 @@
 
 namespace VelutraCommands {
 
-QString deviceStatusQuery()
+namespace {
+
+// An int as it is; a value from a continuous control truncated toward zero.
+QString wholeNumber(int value)
 {
-    return QStringLiteral("ly_vtx2_dev_status?\n");
+    return formatInt(value);
 }
 
-QString systemInfoRequest()
+QString wholeNumber(double value)
 {
-    return QStringLiteral("ly_system_info\n");
+    return formatInt(truncateToInt(value));
 }
 
-QString statusRecord6Query()
+QString oneDecimal(double value)
 {
-    return QStringLiteral("s6\n");
+    return formatFixed(value, 1);
 }
 
-QString statusRecord7Query()
-{
-    return QStringLiteral("s7\n");
-}
+} // namespace
 
-QString statusRecord8Query()
-{
-    return QStringLiteral("s8\n");
-}
+// Commands without an argument: function, text as sent.
+#define VELUTRA_FIXED_COMMANDS(X) \
+    X(deviceStatusQuery, "ly_vtx2_dev_status?\n") \
+    X(systemInfoRequest, "ly_system_info\n") \
+    X(statusRecord6Query, "s6\n") \
+    X(statusRecord7Query, "s7\n") \
+    X(statusRecord8Query, "s8\n") \
+    X(statusRecord9Query, "s9\n") \
+    X(powerQuery, "ly_vtx2_power?\n") \
+    X(powerPercentQuery, "e_power?\n") \
+    X(frequencyQuery, "e_freq?\n") \
+    X(divisionQuery, "e_div?\n") \
+    X(humidityQuery, "ls_humidity?\n") \
+    X(shgModuleEnableQuery, "ls_enable?\n") \
+    X(thgModuleEnableQuery, "ls_enable?") \
+    X(ovenSetpointQuery, "ls_temp_setpoint?\n") \
+    X(ovenTemperatureQuery, "ls_temp_oven?\n") \
+    X(outputQuery, "ly_vtx2_output?\n") \
+    X(crystalAllRuntimesQuery, "ls_crystal_allRuntimes?\n") \
+    X(crystalCurrentSpotQuery, "ls_crystal_curSpot?\n") \
+    X(crystalCurrentRuntimeQuery, "ls_crystal_curRuntime?\n") \
+    X(crystalMaxRuntimeQuery, "ls_crystal_maxRuntime?\n") \
+    X(moduleWavelengthQuery, "ls_wavelength?\n") \
+    X(moduleStatusQuery, "ls_status?\n") \
+    X(moduleErrorcodeQuery, "ls_errorcode?\n") \
+    X(moduleOutputPowerQuery, "ls_output_power?\n") \
+    X(moduleRuntimeQuery, "ls_module_runtime?\n") \
+    X(dynamicWavelengthEnableQuery, "ls_dwls_enable?\n") \
+    X(dynamicWavelengthDefaultQuery, "ls_dwls_default?\n") \
+    X(debugOutputQuery, "d2?\n") \
+    X(registerDumpStartQuery, "ezra?\n") \
+    X(registerDumpEndQuery, "eira?\n") \
+    X(moduleOutputConfigQuery, "ls_output_config?\n") \
+    X(dynamicWavelengthFeatureQuery, "ls_dwls_feature?") \
+    X(digitalGateQuery, "ly_vtx2_digiop?\n") \
+    X(moduleInfoQuery, "ls?\n") \
+    X(outputEnable, "ly_vtx2_output_enable\n") \
+    X(outputDisable, "ly_vtx2_output_disable\n") \
+    X(laserDisabled, "ly_vtx2_disabled\n") \
+    X(standby, "ly_vtx2_standby\n") \
+    X(listen, "ly_vtx2_listen\n") \
+    X(ovenEnable, "ls_enable=4") \
+    X(ovenDisable, "ls_enable=2") \
+    X(debugOutputOff, "d2=0\n")
 
-QString statusRecord9Query()
-{
-    return QStringLiteral("s9\n");
-}
+// Commands with one number: function, parameter type, how the number is written, text.
+#define VELUTRA_NUMBER_COMMANDS(X) \
+    X(moduleWavelength, int, wholeNumber, "ls_wavelength=%1\n") \
+    X(setDivision, double, wholeNumber, "e_div %1\n") \
+    X(setFrequencyIndex, int, wholeNumber, "e_freq %1\n") \
+    X(laserWavelength, int, wholeNumber, "ly_vtx_wvl %1\n") \
+    X(laserWavelengthVelutra2, int, wholeNumber, "ly_vtx2_wvl %1\n") \
+    X(singleOvenSetpoint, double, oneDecimal, "ls_temp_setpoint=%1\n") \
+    X(shgOvenSetpoint, double, oneDecimal, "ls_temp_setpoint_SHG=%1\n") \
+    X(oven2Setpoint, double, oneDecimal, "ls_temp_setpoint_THG=%1\n") \
+    X(setCrystalSpot, double, wholeNumber, "ls_crystal_setSpot=%1\n") \
+    X(setDynamicWavelengthEnabled, int, wholeNumber, "ls_dwls_enable=%1\n") \
+    X(setDigitalGate, int, wholeNumber, "ly_vtx2_digiop=%1\n")
 
-QString powerQuery()
-{
-    return QStringLiteral("ly_vtx2_power?\n");
-}
+#define VELUTRA_FIXED_COMMAND(function, text) \
+    QString function() \
+    { \
+        return QStringLiteral(text); \
+    }
 
-QString powerPercentQuery()
-{
-    return QStringLiteral("e_power?\n");
-}
+#define VELUTRA_NUMBER_COMMAND(function, type, written, text) \
+    QString function(type value) \
+    { \
+        return QStringLiteral(text).arg(written(value)); \
+    }
 
-QString frequencyQuery()
-{
-    return QStringLiteral("e_freq?\n");
-}
+VELUTRA_FIXED_COMMANDS(VELUTRA_FIXED_COMMAND)
+VELUTRA_NUMBER_COMMANDS(VELUTRA_NUMBER_COMMAND)
 
-QString divisionQuery()
-{
-    return QStringLiteral("e_div?\n");
-}
-
-QString humidityQuery()
-{
-    return QStringLiteral("ls_humidity?\n");
-}
-
-QString shgModuleEnableQuery()
-{
-    return QStringLiteral("ls_enable?\n");
-}
-
-QString thgModuleEnableQuery()
-{
-    return QStringLiteral("ls_enable?");
-}
-
-QString ovenSetpointQuery()
-{
-    return QStringLiteral("ls_temp_setpoint?\n");
-}
-
-QString ovenTemperatureQuery()
-{
-    return QStringLiteral("ls_temp_oven?\n");
-}
-
-QString outputQuery()
-{
-    return QStringLiteral("ly_vtx2_output?\n");
-}
-
-QString crystalAllRuntimesQuery()
-{
-    return QStringLiteral("ls_crystal_allRuntimes?\n");
-}
-
-QString crystalCurrentSpotQuery()
-{
-    return QStringLiteral("ls_crystal_curSpot?\n");
-}
-
-QString crystalCurrentRuntimeQuery()
-{
-    return QStringLiteral("ls_crystal_curRuntime?\n");
-}
-
-QString crystalMaxRuntimeQuery()
-{
-    return QStringLiteral("ls_crystal_maxRuntime?\n");
-}
-
-QString moduleWavelengthQuery()
-{
-    return QStringLiteral("ls_wavelength?\n");
-}
-
-QString moduleStatusQuery()
-{
-    return QStringLiteral("ls_status?\n");
-}
-
-QString moduleErrorcodeQuery()
-{
-    return QStringLiteral("ls_errorcode?\n");
-}
-
-QString moduleOutputPowerQuery()
-{
-    return QStringLiteral("ls_output_power?\n");
-}
-
-QString moduleRuntimeQuery()
-{
-    return QStringLiteral("ls_module_runtime?\n");
-}
-
-QString dynamicWavelengthEnableQuery()
-{
-    return QStringLiteral("ls_dwls_enable?\n");
-}
-
-QString dynamicWavelengthDefaultQuery()
-{
-    return QStringLiteral("ls_dwls_default?\n");
-}
-
-QString debugOutputQuery()
-{
-    return QStringLiteral("d2?\n");
-}
-
-QString registerDumpStartQuery()
-{
-    return QStringLiteral("ezra?\n");
-}
-
-QString registerDumpEndQuery()
-{
-    return QStringLiteral("eira?\n");
-}
-
-QString moduleOutputConfigQuery()
-{
-    return QStringLiteral("ls_output_config?\n");
-}
-
-QString dynamicWavelengthFeatureQuery()
-{
-    return QStringLiteral("ls_dwls_feature?");
-}
-
-QString digitalGateQuery()
-{
-    return QStringLiteral("ly_vtx2_digiop?\n");
-}
-
-QString moduleInfoQuery()
-{
-    return QStringLiteral("ls?\n");
-}
+#undef VELUTRA_FIXED_COMMAND
+#undef VELUTRA_NUMBER_COMMAND
 
 QString operatingMode(int comboIndex)
 {
@@ -186,11 +113,6 @@ QString operatingMode(int comboIndex)
     return QString::fromLatin1(s_commands[comboIndex]);
 }
 
-QString moduleWavelength(int comboIndex)
-{
-    return QStringLiteral("ls_wavelength=%1\n").arg(formatInt(comboIndex));
-}
-
 QString setPower_uJ(double microjoules)
 {
     return QStringLiteral("ly_vtx2_power=%1\n")
@@ -200,78 +122,12 @@ QString setPower_uJ(double microjoules)
 QString setPowerPercent(double percent)
 {
     static constexpr double s_unitsPerPercent = 40.0;
-    return QStringLiteral("e_power=%1\n")
-            .arg(formatInt(truncateToInt(percent * s_unitsPerPercent)));
-}
-
-QString setDivision(double factor)
-{
-    return QStringLiteral("e_div %1\n").arg(formatInt(truncateToInt(factor)));
-}
-
-QString setFrequencyIndex(int index)
-{
-    return QStringLiteral("e_freq %1\n").arg(formatInt(index));
-}
-
-QString outputEnable()
-{
-    return QStringLiteral("ly_vtx2_output_enable\n");
-}
-
-QString outputDisable()
-{
-    return QStringLiteral("ly_vtx2_output_disable\n");
-}
-
-QString laserDisabled()
-{
-    return QStringLiteral("ly_vtx2_disabled\n");
-}
-
-QString standby()
-{
-    return QStringLiteral("ly_vtx2_standby\n");
-}
-
-QString listen()
-{
-    return QStringLiteral("ly_vtx2_listen\n");
-}
-
-QString laserWavelength(int index)
-{
-    return QStringLiteral("ly_vtx_wvl %1\n").arg(formatInt(index));
-}
-
-QString laserWavelengthVelutra2(int index)
-{
-    return QStringLiteral("ly_vtx2_wvl %1\n").arg(formatInt(index));
-}
-
-QString ovenEnable()
-{
-    return QStringLiteral("ls_enable=4");
-}
-
-QString ovenDisable()
-{
-    return QStringLiteral("ls_enable=2");
+    return QStringLiteral("e_power=%1\n").arg(wholeNumber(percent * s_unitsPerPercent));
 }
 
 QString ovenMode(int comboIndex)
 {
     return comboIndex != 0 ? ovenEnable() : ovenDisable();
-}
-
-QString singleOvenSetpoint(double celsius)
-{
-    return QStringLiteral("ls_temp_setpoint=%1\n").arg(formatFixed(celsius, 1));
-}
-
-QString shgOvenSetpoint(double celsius)
-{
-    return QStringLiteral("ls_temp_setpoint_SHG=%1\n").arg(formatFixed(celsius, 1));
 }
 
 QString oven1Setpoint(double celsius, const QString &moduleType)
@@ -281,21 +137,6 @@ QString oven1Setpoint(double celsius, const QString &moduleType)
         return singleOvenSetpoint(celsius);
     }
     return shgOvenSetpoint(celsius);
-}
-
-QString oven2Setpoint(double celsius)
-{
-    return QStringLiteral("ls_temp_setpoint_THG=%1\n").arg(formatFixed(celsius, 1));
-}
-
-QString setCrystalSpot(double spot)
-{
-    return QStringLiteral("ls_crystal_setSpot=%1\n").arg(formatInt(truncateToInt(spot)));
-}
-
-QString setDynamicWavelengthEnabled(int enabled)
-{
-    return QStringLiteral("ls_dwls_enable=%1\n").arg(formatInt(enabled));
 }
 
 QString setDynamicWavelengthDefault(int wavelengthIndex, double microjoules)
@@ -309,16 +150,6 @@ QString setDynamicWavelengthDefault(int wavelengthIndex, double microjoules)
         energy = formatFixed(nanojoules, 0);
     }
     return QStringLiteral("ls_dwls_default=%1,%2\n").arg(formatInt(wavelengthIndex), energy);
-}
-
-QString setDigitalGate(int mode)
-{
-    return QStringLiteral("ly_vtx2_digiop=%1\n").arg(formatInt(mode));
-}
-
-QString debugOutputOff()
-{
-    return QStringLiteral("d2=0\n");
 }
 
 QString formatInt(int value)

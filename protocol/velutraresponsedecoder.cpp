@@ -1,5 +1,6 @@
 #include "velutraresponsedecoder.h"
 
+#include "velutracommands.h"
 #include "velutralinepattern.h"
 #include "velutraprotocolcategory.h"
 
@@ -7,6 +8,8 @@
 
 #include <cmath>
 #include <limits>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -401,6 +404,127 @@ QString runtimeText(quint64 seconds)
     return QStringLiteral("%1 hours %2 minutes").arg(hours).arg(minutes);
 }
 
+// ---- Readers: a reply's field as the value it stands for ----------------------------------
+//
+// Each gives no value for a field that does not parse or does not fit; the line is then a
+// parsing error and nothing is kept.
+
+// Qt's integer conversions report success through a flag.
+template<typename T>
+std::optional<T> integer(const QString &field, T (QString::*convert)(bool *, int) const, int base)
+{
+    bool ok = false;
+    const T value = (field.*convert)(&ok, base);
+    return ok ? std::optional<T>(value) : std::nullopt;
+}
+
+// A number too large for the type it is kept in is refused, never cut down.
+template<typename T, typename U>
+std::optional<T> fitting(const std::optional<U> &number)
+{
+    if (!number || *number > std::numeric_limits<T>::max()) {
+        return std::nullopt;
+    }
+    return static_cast<T>(*number);
+}
+
+// A number kept in a narrower or signed type as the cast leaves it.
+template<typename T, typename U>
+std::optional<T> castTo(const std::optional<U> &number)
+{
+    return number ? std::optional<T>(static_cast<T>(*number)) : std::nullopt;
+}
+
+std::optional<int> decimal(const QString &field)
+{
+    return integer(field, &QString::toInt, 10);
+}
+
+std::optional<quint64> seconds(const QString &field)
+{
+    return integer(field, &QString::toULongLong, 10);
+}
+
+std::optional<double> real(const QString &field)
+{
+    bool ok = false;
+    const double value = field.toDouble(&ok);
+    return ok ? std::optional<double>(value) : std::nullopt;
+}
+
+// A humidity in percent, truncated to int; a value the int cannot hold is nonsense, not a
+// humidity.
+std::optional<int> wholePercent(const QString &field)
+{
+    const std::optional<double> percent = real(field);
+    if (!percent || !(*percent > double(std::numeric_limits<int>::min()) - 1.0)
+        || !(*percent < double(std::numeric_limits<int>::max()) + 1.0)) {
+        return std::nullopt;
+    }
+    return static_cast<int>(*percent);
+}
+
+// 16 bits of flags: a larger word would report other flags than it carries.
+std::optional<quint16> flagWord(const QString &field)
+{
+    return fitting<quint16>(integer(field, &QString::toULong, 16));
+}
+
+// 8 bits: code 256 cut down would read as "no error".
+std::optional<uchar> errorCode(const QString &field)
+{
+    return fitting<uchar>(integer(field, &QString::toUInt, 10));
+}
+
+// The output configuration is one byte wide: a wider word keeps its low byte.
+std::optional<uchar> hexByte(const QString &field)
+{
+    return castTo<uchar>(integer(field, &QString::toUInt, 16));
+}
+
+std::optional<int> spotNumber(const QString &field)
+{
+    return castTo<int>(integer(field, &QString::toUInt, 10));
+}
+
+// The power set-points are kept as the device's text, so that the change filter compares
+// what was received; the text must still read as a number.
+std::optional<QString> numberText(const QString &field)
+{
+    bool ok = false;
+    field.toDouble(&ok);
+    return ok ? std::optional<QString>(field) : std::nullopt;
+}
+
+// Crystal position: 0 IR, 1 green, anything else UV. Every text is a position.
+std::optional<int> crystalPosition(const QString &field)
+{
+    if (field.contains(QLatin1String("IR"))) {
+        return 0;
+    }
+    if (field.contains(QLatin1String("GREEN"))) {
+        return 1;
+    }
+    return 2;
+}
+
+// In mW: a text ending in "mW" is read as mW, any other as W. Taken by value: the unit is
+// cut from the field itself.
+std::optional<double> milliwatts(QString text)
+{
+    static constexpr double s_milliwattsPerWatt = 1000.0;
+    double scale = 1.0;
+    if (text.endsWith(QLatin1String("mW"))) {
+        text.remove(QLatin1String("mW"));
+    } else {
+        text.remove(QLatin1Char('W'));
+        scale = s_milliwattsPerWatt;
+    }
+    bool ok = false;
+    const double value = text.toDouble(&ok) * scale;
+    return ok ? std::optional<double>(value) : std::nullopt;
+}
+
 } // namespace
 
 enum class VelutraResponseDecoder::Outcome {
@@ -426,18 +550,24 @@ struct VelutraResponseDecoder::LineRule
 
 struct VelutraResponseDecoder::Values
 {
-    // Compiled once per decoder, indexed like the rule table.
+    // A rule as compiled once per decoder.
+    struct CompiledRule
+    {
+        QLatin1String prefix;
+        std::unique_ptr<VelutraLinePattern> selector; // Regex kinds
+        std::unique_ptr<VelutraLinePattern> pattern; // kinds with fields
+        // A Regex kind whose pattern begins with the selector: a match of the pattern is a
+        // match of the selector too, so the pattern is tried first.
+        bool patternFirst = false;
+    };
+
     const LineRule *rules = nullptr;
     int ruleCount = 0;
-    std::vector<QLatin1String> prefixes;
-    std::vector<std::unique_ptr<VelutraLinePattern>> selectors;
-    std::vector<std::unique_ptr<VelutraLinePattern>> patterns;
+    // Indexed like the rule table.
+    std::vector<CompiledRule> compiled;
     // The rules a line can match, by its first character (Latin-1; 256 for an empty line),
     // in table order. A rule whose matches may start with any character is in every list.
     std::vector<int> candidates[257];
-    // Regex kinds whose pattern begins with the selector: a match of the pattern is a match
-    // of the selector too, so the pattern is tried first.
-    std::vector<bool> patternFirst;
 
     Tracked<QString> texts[TextValueCount];
     Tracked<quint64> moduleRuntime;
@@ -479,7 +609,7 @@ struct VelutraResponseDecoder::Values
     Tracked<quint64> crystalMaxRuntime;
     Tracked<QMap<int, quint64>> crystalAllRuntimes;
 
-    VelutraLinePattern &pattern(int rule) { return *patterns[size_t(rule)]; }
+    VelutraLinePattern &pattern(int rule) { return *compiled[size_t(rule)].pattern; }
 };
 
 // ---- Publish groups -------------------------------------------------------------------------
@@ -555,6 +685,89 @@ struct VelutraResponseDecoder::Values
     X(Oven2TemperatureSetpoint, \
       resetPublishedEach(v.ovenSetpoint[1], v.ovenMinimum[1], v.ovenMaximum[1]))
 
+// ---- The steps every reply with a value takes -----------------------------------------------
+//
+// Read the field, refuse it when it does not parse, keep it, publish its group. A line rule
+// names the reader and the group's publish slot; where the group keeps its value is said
+// once, in the group rows above.
+
+namespace {
+
+template<auto publish>
+struct GroupValue;
+
+#define VELUTRA_GROUP_VALUE(group, member, ...) \
+    template<> \
+    struct GroupValue<&VelutraResponseDecoder::publish_##group> \
+    { \
+        template<typename Values> \
+        static auto &in(Values &values) \
+        { \
+            return values.member; \
+        } \
+    };
+
+VELUTRA_VALUE_GROUPS(VELUTRA_GROUP_VALUE)
+// The two composite groups a reply feeds with a single value.
+VELUTRA_GROUP_VALUE(PowerSetpoint_nJ, powerSetpoint_nJ, sigPowerSetting_nJ_Changed)
+VELUTRA_GROUP_VALUE(PowerSetpoint_Percent, powerSetpointPercent, sigPowerSetting_percent_Changed)
+
+#undef VELUTRA_GROUP_VALUE
+
+} // namespace
+
+struct VelutraResponseDecoder::Steps
+{
+    using D = VelutraResponseDecoder;
+
+    /// Keeps a value and publishes its group.
+    template<auto publish, typename T>
+    static Outcome keep(D &decoder, const T &value)
+    {
+        GroupValue<publish>::in(*decoder.m_values).latest = value;
+        (decoder.*publish)(false);
+        return Outcome::Handled;
+    }
+
+    /// Reads a field and, when it parses, keeps and publishes it.
+    template<auto read, auto publish>
+    static Outcome readAndKeep(D &decoder, QString field)
+    {
+        const auto value = read(std::move(field));
+        if (!value) {
+            return Outcome::ParsingError;
+        }
+        return keep<publish>(decoder, *value);
+    }
+
+    // Line handlers, by where the value is in the line.
+
+    /// The first capture of the rule's pattern.
+    template<auto read, auto publish>
+    static Outcome fromCapture(D &decoder, const QString &, int rule)
+    {
+        return readAndKeep<read, publish>(decoder, decoder.m_values->pattern(rule).cap(1));
+    }
+
+    /// What follows the rule's prefix, line feeds removed.
+    template<auto read, auto publish>
+    static Outcome fromRestOfLine(D &decoder, const QString &line, int rule)
+    {
+        QString rest = line.mid(int(qstrlen(decoder.m_values->rules[rule].selector)));
+        rest.remove(QLatin1Char('\n'));
+        return readAndKeep<read, publish>(decoder, std::move(rest));
+    }
+
+    /// The rule's own value: a line that always means the same.
+    template<auto publish>
+    static Outcome fromRuleValue(D &decoder, const QString &, int rule)
+    {
+        auto &target = GroupValue<publish>::in(*decoder.m_values);
+        using T = decltype(target.latest);
+        return keep<publish>(decoder, T(decoder.m_values->rules[rule].value));
+    }
+};
+
 // ---- The dispatch table ---------------------------------------------------------------------
 //
 // In the order the lines are tried; the first kind that matches ends the line. Prefixes are
@@ -586,124 +799,41 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
     static constexpr Handler statusRecord = [](D &d, const QString &line, int rule) {
         return d.decodeStatusRecord(line, d.m_values->rules[rule].value);
     };
-    static constexpr Handler debugging = [](D &d, const QString &, int rule) {
-        d.m_values->debugging.latest = d.m_values->rules[rule].value != 0;
-        d.publish_DebuggingStatus(false);
-        return O::Handled;
-    };
-    static constexpr Handler systemState = [](D &d, const QString &, int rule) {
-        d.m_values->systemState.latest = SystemState(d.m_values->rules[rule].value);
-        d.publish_SystemState(false);
-        return O::Handled;
-    };
-    static constexpr Handler division = [](D &d, const QString &line, int rule) {
-        QString rest = line.mid(int(qstrlen(d.m_values->rules[rule].selector)));
-        rest.remove(QLatin1Char('\n'));
-        bool ok = false;
-        const int factor = rest.toInt(&ok, 10);
-        if (!ok) {
-            return O::ParsingError;
-        }
-        d.m_values->divisionFactor.latest = factor;
-        d.publish_DivisionFactor(false);
-        return O::Handled;
-    };
-    static constexpr Handler aom = [](D &d, const QString &, int rule) {
-        d.m_values->aom.latest = d.m_values->rules[rule].value != 0;
-        d.publish_AOMStatus(false);
-        return O::Handled;
-    };
+    static constexpr Handler debugging = Steps::fromRuleValue<&D::publish_DebuggingStatus>;
+    static constexpr Handler systemState = Steps::fromRuleValue<&D::publish_SystemState>;
+    static constexpr Handler division = Steps::fromRestOfLine<decimal, &D::publish_DivisionFactor>;
+    static constexpr Handler aom = Steps::fromRuleValue<&D::publish_AOMStatus>;
     static constexpr Handler ovenSetpoint = [](D &d, const QString &, int rule) {
         // value: 0 oven 1 (SHG oven), 1 oven 2 (THG oven).
         Values &v = *d.m_values;
         const int oven = v.rules[rule].value;
-        bool ok[3] = {false, false, false};
-        const double setpoint = v.pattern(rule).cap(1).toDouble(&ok[0]);
-        const double minimum = v.pattern(rule).cap(2).toDouble(&ok[1]);
-        const double maximum = v.pattern(rule).cap(3).toDouble(&ok[2]);
-        if (!ok[0] || !ok[1] || !ok[2]) {
+        const std::optional<double> setpoint = real(v.pattern(rule).cap(1));
+        const std::optional<double> minimum = real(v.pattern(rule).cap(2));
+        const std::optional<double> maximum = real(v.pattern(rule).cap(3));
+        if (!setpoint || !minimum || !maximum) {
             return O::ParsingError;
         }
-        v.ovenSetpoint[oven].latest = setpoint;
-        v.ovenMinimum[oven].latest = minimum;
-        v.ovenMaximum[oven].latest = maximum;
-        if (oven == 0) {
-            d.publish_Oven1TemperatureSetpoint(false);
-        } else {
-            d.publish_Oven2TemperatureSetpoint(false);
-        }
+        v.ovenSetpoint[oven].latest = *setpoint;
+        v.ovenMinimum[oven].latest = *minimum;
+        v.ovenMaximum[oven].latest = *maximum;
+        d.publishOvenSetpoint(oven, false);
         return O::Handled;
     };
-    static constexpr Handler ovenActual = [](D &d, const QString &, int rule) {
-        Values &v = *d.m_values;
-        const int oven = v.rules[rule].value;
-        bool ok = false;
-        const double temperature = v.pattern(rule).cap(1).toDouble(&ok);
-        if (!ok) {
-            return O::ParsingError;
-        }
-        v.ovenActual[oven].latest = temperature;
-        if (oven == 0) {
-            d.publish_Oven1TemperatureActual(false);
-        } else {
-            d.publish_Oven2TemperatureActual(false);
-        }
-        return O::Handled;
-    };
-    static constexpr Handler humidity = [](D &d, const QString &, int rule) {
-        bool ok = false;
-        const double percent = d.m_values->pattern(rule).cap(1).toDouble(&ok);
-        // Truncated to int; a value the int cannot hold is nonsense, not a humidity.
-        if (!ok || !(percent > double(std::numeric_limits<int>::min()) - 1.0)
-            || !(percent < double(std::numeric_limits<int>::max()) + 1.0)) {
-            return O::ParsingError;
-        }
-        d.m_values->humidity.latest = static_cast<int>(percent);
-        d.publish_HumidityActual(false);
-        return O::Handled;
-    };
-    static constexpr Handler piezoPositionText = [](D &d, const QString &, int rule) {
-        const QString position = d.m_values->pattern(rule).cap(1);
-        int value = 2;
-        if (position.contains(QLatin1String("IR"))) {
-            value = 0;
-        } else if (position.contains(QLatin1String("GREEN"))) {
-            value = 1;
-        }
-        d.m_values->piezoPosition.latest = value;
-        d.publish_PiezoPositionSetting(false);
-        return O::Handled;
-    };
-    static constexpr Handler piezoPosition = [](D &d, const QString &, int rule) {
-        d.m_values->piezoPosition.latest = d.m_values->rules[rule].value;
-        d.publish_PiezoPositionSetting(false);
-        return O::Handled;
-    };
-    static constexpr Handler digitalGate = [](D &d, const QString &, int rule) {
-        d.m_values->digitalGate.latest = d.m_values->rules[rule].value;
-        d.publish_DigitalGateSetting(false);
-        return O::Handled;
-    };
-    static constexpr Handler dynamicWavelengthEnabled = [](D &d, const QString &, int rule) {
-        d.m_values->dynamicWavelengthEnabled.latest = d.m_values->rules[rule].value;
-        d.publish_DynamicWavelengthEnabled(false);
-        return O::Handled;
-    };
-    static constexpr Handler dynamicWavelengthSupported = [](D &d, const QString &, int rule) {
-        d.m_values->dynamicWavelengthSupported.latest = d.m_values->rules[rule].value != 0;
-        d.publish_DynamicWavelengthSupport(false);
-        return O::Handled;
-    };
-    static constexpr Handler moduleRuntime = [](D &d, const QString &, int rule) {
-        bool ok = false;
-        const quint64 seconds = d.m_values->pattern(rule).cap(1).toULongLong(&ok, 10);
-        if (!ok) {
-            return O::ParsingError;
-        }
-        d.m_values->moduleRuntime.latest = seconds;
-        d.publish_HGRuntime(false);
-        return O::Handled;
-    };
+    static constexpr Handler oven1Actual
+            = Steps::fromCapture<real, &D::publish_Oven1TemperatureActual>;
+    static constexpr Handler oven2Actual
+            = Steps::fromCapture<real, &D::publish_Oven2TemperatureActual>;
+    static constexpr Handler humidity
+            = Steps::fromCapture<wholePercent, &D::publish_HumidityActual>;
+    static constexpr Handler piezoPositionText
+            = Steps::fromCapture<crystalPosition, &D::publish_PiezoPositionSetting>;
+    static constexpr Handler piezoPosition = Steps::fromRuleValue<&D::publish_PiezoPositionSetting>;
+    static constexpr Handler digitalGate = Steps::fromRuleValue<&D::publish_DigitalGateSetting>;
+    static constexpr Handler dynamicWavelengthEnabled
+            = Steps::fromRuleValue<&D::publish_DynamicWavelengthEnabled>;
+    static constexpr Handler dynamicWavelengthSupported
+            = Steps::fromRuleValue<&D::publish_DynamicWavelengthSupport>;
+    static constexpr Handler moduleRuntime = Steps::fromCapture<seconds, &D::publish_HGRuntime>;
     static constexpr Handler numberedRow = [](D &d, const QString &line, int rule) {
         return d.decodeNumberedRow(line, rule);
     };
@@ -783,43 +913,16 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
             {P, "e_power", nullptr, swallow},
             {P, "Setted laser power:", nullptr,
              [](D &d, const QString &line, int) {
+                 // Only the unit and the line feed together are cut: "5nJ6" is no number.
                  QString text = line.mid(int(qstrlen("Setted laser power:")));
                  text.remove(QLatin1String("nJ\n"));
-                 bool ok = false;
-                 text.toDouble(&ok);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->powerSetpoint_nJ.latest = text;
-                 d.publish_PowerSetpoint_nJ(false);
-                 return O::Handled;
+                 return Steps::readAndKeep<numberText, &D::publish_PowerSetpoint_nJ>(
+                         d, std::move(text));
              }},
             {P, "Setted laser power in relative unit:", nullptr,
-             [](D &d, const QString &line, int) {
-                 QString text = line.mid(int(qstrlen("Setted laser power in relative unit:")));
-                 text.remove(QLatin1Char('\n'));
-                 bool ok = false;
-                 text.toDouble(&ok);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->powerSetpointPercent.latest = text;
-                 d.publish_PowerSetpoint_Percent(false);
-                 return O::Handled;
-             }},
+             Steps::fromRestOfLine<numberText, &D::publish_PowerSetpoint_Percent>},
             {P, "Frequency index parameter:", nullptr,
-             [](D &d, const QString &line, int) {
-                 QString rest = line.mid(int(qstrlen("Frequency index parameter:")));
-                 rest.remove(QLatin1Char('\n'));
-                 bool ok = false;
-                 const int index = rest.toInt(&ok, 10);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->frequencyIndex.latest = index;
-                 d.publish_FrequencyIndex(false);
-                 return O::Handled;
-             }},
+             Steps::fromRestOfLine<decimal, &D::publish_FrequencyIndex>},
             // The PCAOM line first: the shorter prefix below is a prefix of it.
             {P, "Notice: Division factor for PCAOM is", nullptr, division},
             {P, "Notice: Division factor is", nullptr, division},
@@ -828,27 +931,18 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
 
             // Harmonic module; value: oven 0 (SHG oven) or 1 (THG oven) for the oven rows.
             {P, "ZEL HG\tCurrent FSM state=", "^ZEL HG\tCurrent FSM state=(.*)\n",
-             [](D &d, const QString &, int rule) {
-                 bool ok = false;
-                 const int state = d.m_values->pattern(rule).cap(1).toInt(&ok, 10);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->ovenMode.latest = state;
-                 d.publish_OvenMode(false);
-                 return O::Handled;
-             }},
+             Steps::fromCapture<decimal, &D::publish_OvenMode>},
             {P, "ZEL SHG\tOven Setpoint",
              "^ZEL SHG\tOven Setpoint=(.*) C\tMin=(.*) C\tMax=(.*) C\n", ovenSetpoint, 0},
-            {P, "ZEL SHG\tOven Temperature=", "^ZEL SHG\tOven Temperature=(.*) C\n", ovenActual, 0},
+            {P, "ZEL SHG\tOven Temperature=", "^ZEL SHG\tOven Temperature=(.*) C\n", oven1Actual},
             {P, "ZEL THG\tSHG Oven Setpoint",
              "^ZEL THG\tSHG Oven Setpoint=(.*) C\tMin=(.*) C\tMax=(.*) C\n", ovenSetpoint, 0},
             {P, "ZEL THG\tSHG Oven Temperature=", "^ZEL THG\tSHG Oven Temperature=(.*) C\n",
-             ovenActual, 0},
+             oven1Actual},
             {P, "ZEL THG\tTHG Oven Setpoint",
              "^ZEL THG\tTHG Oven Setpoint=(.*) C\tMin=(.*) C\tMax=(.*) C\n", ovenSetpoint, 1},
             {P, "ZEL THG\tTHG Oven Temperature=", "^ZEL THG\tTHG Oven Temperature=(.*) C\n",
-             ovenActual, 1},
+             oven2Actual},
             {P, "ZEL SHG\tHumidity=", "^ZEL SHG\tHumidity=(.*)%\n", humidity},
             {P, "ZEL THG\tHumidity=", "^ZEL THG\tHumidity=(.*)%\n", humidity},
             {R, "^ZEL [ST]HG\tCurrent position=", "^ZEL [ST]HG\tCurrent position=(.*)\n",
@@ -876,120 +970,48 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
              "^\\s+(IR|SHG|THG|FHG)\\s+Wavelength\\s+Index:\\s+(\\d)\\s+IR\\s+pulse\\s+energy"
              "\\s+=\\s+(\\d+)",
              [](D &d, const QString &, int rule) {
-                 Values &v = *d.m_values;
-                 bool ok[2] = {false, false};
-                 const int index = v.pattern(rule).cap(2).toInt(&ok[0], 10);
-                 const double energy = v.pattern(rule).cap(3).toDouble(&ok[1]) / 1000.0;
-                 if (!ok[0] || !ok[1]) {
+                 VelutraLinePattern &pattern = d.m_values->pattern(rule);
+                 const std::optional<int> index = decimal(pattern.cap(2));
+                 const std::optional<double> nanojoules = real(pattern.cap(3));
+                 if (!index || !nanojoules) {
                      return O::ParsingError;
                  }
-                 static constexpr void (D::*s_publish[4])(bool)
-                         = {&D::publish_DynamicWLS_IR, &D::publish_DynamicWLS_Green,
-                            &D::publish_DynamicWLS_UV, &D::publish_DynamicWLS_DUV};
-                 if (index < 0 || index > 3) {
+                 static constexpr O (*s_keep[4])(D &, const double &)
+                         = {Steps::keep<&D::publish_DynamicWLS_IR>,
+                            Steps::keep<&D::publish_DynamicWLS_Green>,
+                            Steps::keep<&D::publish_DynamicWLS_UV>,
+                            Steps::keep<&D::publish_DynamicWLS_DUV>};
+                 if (*index < 0 || *index > 3) {
                      return O::Handled; // a wavelength the program does not know
                  }
-                 v.dynamicWavelengthEnergy[index].latest = energy;
-                 (d.*s_publish[index])(false);
-                 return O::Handled;
+                 return s_keep[*index](d, *nanojoules / VelutraCommands::NanojoulesPerMicrojoule);
              }},
             {R, "^ZEL\\s+[S|T]HG\\s+Output\\s+power\\s*=",
              "^ZEL\\s+([S|T])HG\\s+Output\\s+power\\s*=\\s*(.+)\n",
              [](D &d, const QString &, int rule) {
-                 Values &v = *d.m_values;
-                 QString text = v.pattern(rule).cap(2);
-                 double scale = 1.0;
-                 if (text.endsWith(QLatin1String("mW"))) {
-                     text.remove(QLatin1String("mW"));
-                 } else {
-                     text.remove(QLatin1Char('W'));
-                     scale = 1000.0;
+                 VelutraLinePattern &pattern = d.m_values->pattern(rule);
+                 if (pattern.cap(1) == QLatin1String("S")) {
+                     return Steps::readAndKeep<milliwatts, &D::publish_SHGOutputPower>(
+                             d, pattern.cap(2));
                  }
-                 bool ok = false;
-                 const double milliwatts = text.toDouble(&ok) * scale;
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 if (v.pattern(rule).cap(1) == QLatin1String("S")) {
-                     v.shgOutputPower.latest = milliwatts;
-                     d.publish_SHGOutputPower(false);
-                 } else {
-                     v.thgOutputPower.latest = milliwatts;
-                     d.publish_THGOutputPower(false);
-                 }
-                 return O::Handled;
+                 return Steps::readAndKeep<milliwatts, &D::publish_THGOutputPower>(d,
+                                                                                   pattern.cap(2));
              }},
             {P, "ZEL HG\tStatus flags=", "^ZEL HG\tStatus flags=(.*)\n",
-             [](D &d, const QString &, int rule) {
-                 bool ok = false;
-                 const ulong flags = d.m_values->pattern(rule).cap(1).toULong(&ok, 16);
-                 // Cut to 16 bits, a larger word would report other flags than it carries.
-                 if (!ok || flags > std::numeric_limits<quint16>::max()) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->statusFlags.latest = static_cast<quint16>(flags);
-                 d.publish_HGStatusFlags(false);
-                 return O::Handled;
-             }},
+             Steps::fromCapture<flagWord, &D::publish_HGStatusFlags>},
             {P, "ZEL HG\tErrorcode=", "^ZEL HG\tErrorcode=(.*)\n",
-             [](D &d, const QString &, int rule) {
-                 bool ok = false;
-                 const uint code = d.m_values->pattern(rule).cap(1).toUInt(&ok, 10);
-                 // Cut to 8 bits, code 256 would read as "no error".
-                 if (!ok || code > std::numeric_limits<uchar>::max()) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->errorcode.latest = static_cast<uchar>(code);
-                 d.publish_HGErrorcode(false);
-                 return O::Handled;
-             }},
+             Steps::fromCapture<errorCode, &D::publish_HGErrorcode>},
             {R, "^ZEL\\s*HG\\s+WL\\s+output\\s+config:\\s+",
              "^ZEL\\s*HG\\s+WL\\s+output\\s+config:\\s+0x(.+)\n",
-             [](D &d, const QString &, int rule) {
-                 bool ok = false;
-                 const uint config = d.m_values->pattern(rule).cap(1).toUInt(&ok, 16);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->outputConfig.latest = static_cast<uchar>(config);
-                 d.publish_HGOutputConfig(false);
-                 return O::Handled;
-             }},
+             Steps::fromCapture<hexByte, &D::publish_HGOutputConfig>},
             {P, "ZEL SHG\tRuntime=", "^ZEL .HG\tRuntime=(.*)s\n", moduleRuntime},
             {P, "ZEL THG\tRuntime=", "^ZEL .HG\tRuntime=(.*)s\n", moduleRuntime},
             {P, "ZEL THG\tCurrent crystal spot=", "^ZEL THG\tCurrent crystal spot=(.*)\n",
-             [](D &d, const QString &, int rule) {
-                 bool ok = false;
-                 const uint spot = d.m_values->pattern(rule).cap(1).toUInt(&ok, 10);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->crystalSpot.latest = static_cast<int>(spot);
-                 d.publish_HGCrystalCurSpot(false);
-                 return O::Handled;
-             }},
+             Steps::fromCapture<spotNumber, &D::publish_HGCrystalCurSpot>},
             {P, "ZEL THG\tCurrent runtime=", "^ZEL THG\tCurrent runtime=(.*)s\n",
-             [](D &d, const QString &, int rule) {
-                 bool ok = false;
-                 const quint64 seconds = d.m_values->pattern(rule).cap(1).toULongLong(&ok, 10);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->crystalCurrentRuntime.latest = seconds;
-                 d.publish_HGCrystalCurRuntime(false);
-                 return O::Handled;
-             }},
+             Steps::fromCapture<seconds, &D::publish_HGCrystalCurRuntime>},
             {P, "ZEL THG\tMax runtime=", "^ZEL THG\tMax runtime=(.*)s\n",
-             [](D &d, const QString &, int rule) {
-                 bool ok = false;
-                 const quint64 seconds = d.m_values->pattern(rule).cap(1).toULongLong(&ok, 10);
-                 if (!ok) {
-                     return O::ParsingError;
-                 }
-                 d.m_values->crystalMaxRuntime.latest = seconds;
-                 d.publish_HGCrystalMaxRuntime(false);
-                 return O::Handled;
-             }},
+             Steps::fromCapture<seconds, &D::publish_HGCrystalMaxRuntime>},
             {P, "ZEL THG\tAll runtimes=", nullptr,
              [](D &d, const QString &line, int) {
                  // One run time per crystal spot, spot 0 first; more than 32 are ignored.
@@ -999,15 +1021,13 @@ const VelutraResponseDecoder::LineRule *VelutraResponseDecoder::lineRules(int *c
                  QMap<int, quint64> runtimes;
                  for (int spot = 0; spot < tokens.size() && spot < s_maxCrystalSpots; ++spot) {
                      bool ok = false;
-                     const quint64 seconds = tokens.at(spot).toULongLong(&ok, 10);
+                     const quint64 runtime = tokens.at(spot).toULongLong(&ok, 10);
                      if (!ok) {
                          return O::ParsingError;
                      }
-                     runtimes.insert(spot, seconds);
+                     runtimes.insert(spot, runtime);
                  }
-                 d.m_values->crystalAllRuntimes.latest = runtimes;
-                 d.publish_HGCrystalAllRuntimes(false);
-                 return O::Handled;
+                 return Steps::keep<&D::publish_HGCrystalAllRuntimes>(d, runtimes);
              }},
             {P, "ZEL HG\tShutter in wrong position.", nullptr,
              [](D &d, const QString &, int) {
@@ -1133,27 +1153,26 @@ VelutraResponseDecoder::VelutraResponseDecoder(QObject *parent)
 
     Values &v = *m_values;
     v.rules = lineRules(&v.ruleCount);
-    v.prefixes.reserve(size_t(v.ruleCount));
-    v.selectors.resize(size_t(v.ruleCount));
-    v.patterns.resize(size_t(v.ruleCount));
+    v.compiled.resize(size_t(v.ruleCount));
     for (int i = 0; i < v.ruleCount; ++i) {
         const LineRule &rule = v.rules[i];
-        v.prefixes.emplace_back(rule.selector);
+        Values::CompiledRule &compiled = v.compiled[size_t(i)];
+        compiled.prefix = QLatin1String(rule.selector);
         if (rule.kind == MatchKind::Regex) {
-            v.selectors[size_t(i)]
+            compiled.selector
                     = std::make_unique<VelutraLinePattern>(QString::fromLatin1(rule.selector));
         }
         if (rule.pattern != nullptr) {
-            v.patterns[size_t(i)]
+            compiled.pattern
                     = std::make_unique<VelutraLinePattern>(QString::fromLatin1(rule.pattern));
         }
-        v.patternFirst.push_back(rule.kind == MatchKind::Regex && rule.pattern != nullptr
-                                 && selectorStartsPattern(rule.selector, rule.pattern));
+        compiled.patternFirst = rule.kind == MatchKind::Regex && rule.pattern != nullptr
+                                && selectorStartsPattern(rule.selector, rule.pattern);
         // An empty line can only be taken by a pattern; the others need their first character.
         for (int c = 0; c < 256; ++c) {
             const bool candidate = rule.kind == MatchKind::Prefix
                                            ? uchar(rule.selector[0]) == c
-                                           : v.selectors[size_t(i)]->canStartWith(c);
+                                           : compiled.selector->canStartWith(c);
             if (candidate) {
                 v.candidates[c].push_back(i);
             }
@@ -1199,26 +1218,26 @@ void VelutraResponseDecoder::slotLineReceived(const QByteArray &received)
     const int firstCharacter = line.isEmpty() ? 256 : qMin(int(line.at(0).unicode()), 256);
     for (const int i : v.candidates[firstCharacter]) {
         const LineRule &rule = v.rules[i];
+        Values::CompiledRule &compiled = v.compiled[size_t(i)];
         bool patternMatched = false;
         bool selected = false;
         if (rule.kind == MatchKind::Prefix) {
-            selected = line.startsWith(v.prefixes[size_t(i)]);
-        } else if (v.patternFirst[size_t(i)]) {
+            selected = line.startsWith(compiled.prefix);
+        } else if (compiled.patternFirst) {
             // A line the whole pattern takes is selected anyway: one match instead of two.
-            patternMatched = v.pattern(i).matchesAtStart(line);
-            selected = patternMatched || v.selectors[size_t(i)]->matchesAtStart(line);
+            patternMatched = compiled.pattern->matchesAtStart(line);
+            selected = patternMatched || compiled.selector->matchesAtStart(line);
         } else {
-            selected = v.selectors[size_t(i)]->matchesAtStart(line);
+            selected = compiled.selector->matchesAtStart(line);
         }
         if (!selected) {
             continue;
         }
-        if (rule.pattern != nullptr && !patternMatched && !v.pattern(i).matchesAtStart(line)) {
-            qCDebug(lcProtocol) << "Parsing error:" << received;
-            emit sigParsingError(received);
-            return;
-        }
-        if (rule.handler(*this, line, i) == Outcome::ParsingError) {
+        // A selected line whose pattern does not match is not given to the handler.
+        const bool parsed = (rule.pattern == nullptr || patternMatched
+                             || compiled.pattern->matchesAtStart(line))
+                            && rule.handler(*this, line, i) == Outcome::Handled;
+        if (!parsed) {
             qCDebug(lcProtocol) << "Parsing error:" << received;
             emit sigParsingError(received);
         }
@@ -1498,28 +1517,34 @@ VELUTRA_COMPOSITE_GROUPS(VELUTRA_COMPOSITE_GROUP)
 
 #undef VELUTRA_COMPOSITE_GROUP
 
-void VelutraResponseDecoder::publish_PowerSetpoint_nJ(bool force)
+namespace {
+
+// A power set-point is compared as the text received and published as its number; nothing is
+// published before the first reply.
+template<typename Emit>
+void publishNumberText(Tracked<QString> &text, bool force, Emit emitNumber)
 {
-    Tracked<QString> &text = m_values->powerSetpoint_nJ;
     bool ok = false;
-    const double nanojoules = text.latest.toDouble(&ok);
+    const double number = text.latest.toDouble(&ok);
     if (!ok || !mustPublish(text, force)) {
         return;
     }
     markPublished(text);
-    emit sigPowerSetting_nJ_Changed(nanojoules);
+    emitNumber(number);
+}
+
+} // namespace
+
+void VelutraResponseDecoder::publish_PowerSetpoint_nJ(bool force)
+{
+    publishNumberText(m_values->powerSetpoint_nJ, force,
+                      [this](double nanojoules) { emit sigPowerSetting_nJ_Changed(nanojoules); });
 }
 
 void VelutraResponseDecoder::publish_PowerSetpoint_Percent(bool force)
 {
-    Tracked<QString> &text = m_values->powerSetpointPercent;
-    bool ok = false;
-    const double percent = text.latest.toDouble(&ok);
-    if (!ok || !mustPublish(text, force)) {
-        return;
-    }
-    markPublished(text);
-    emit sigPowerSetting_percent_Changed(percent);
+    publishNumberText(m_values->powerSetpointPercent, force,
+                      [this](double percent) { emit sigPowerSetting_percent_Changed(percent); });
 }
 
 void VelutraResponseDecoder::publish_PowerSetpoint_nJ_Range(bool force)
@@ -1540,28 +1565,35 @@ void VelutraResponseDecoder::publish_PowerSetpoint_nJ_Range(bool force)
 
 void VelutraResponseDecoder::publish_Oven1TemperatureSetpoint(bool force)
 {
-    Values &v = *m_values;
-    if (mustPublish(v.ovenSetpoint[0], force)) {
-        markPublished(v.ovenSetpoint[0]);
-        emit sigOven1TempSettingChanged(v.ovenSetpoint[0].latest);
-    }
-    if (mustPublish(v.ovenMinimum[0], force) || mustPublish(v.ovenMaximum[0], force)) {
-        markPublished(v.ovenMinimum[0]);
-        markPublished(v.ovenMaximum[0]);
-        emit sigOven1TempSettingRangeChanged(v.ovenMinimum[0].latest, v.ovenMaximum[0].latest);
-    }
+    publishOvenSetpoint(0, force);
 }
 
 void VelutraResponseDecoder::publish_Oven2TemperatureSetpoint(bool force)
 {
+    publishOvenSetpoint(1, force);
+}
+
+void VelutraResponseDecoder::publishOvenSetpoint(int oven, bool force)
+{
+    static constexpr void (VelutraResponseDecoder::*s_setpointSignals[2])(double)
+            = {&VelutraResponseDecoder::sigOven1TempSettingChanged,
+               &VelutraResponseDecoder::sigOven2TempSettingChanged};
+    static constexpr void (VelutraResponseDecoder::*s_rangeSignals[2])(double, double)
+            = {&VelutraResponseDecoder::sigOven1TempSettingRangeChanged,
+               &VelutraResponseDecoder::sigOven2TempSettingRangeChanged};
+    const auto setpointSignal = s_setpointSignals[oven];
+    const auto rangeSignal = s_rangeSignals[oven];
     Values &v = *m_values;
-    if (mustPublish(v.ovenSetpoint[1], force)) {
-        markPublished(v.ovenSetpoint[1]);
-        emit sigOven2TempSettingChanged(v.ovenSetpoint[1].latest);
+    Tracked<double> &setpoint = v.ovenSetpoint[oven];
+    Tracked<double> &minimum = v.ovenMinimum[oven];
+    Tracked<double> &maximum = v.ovenMaximum[oven];
+    if (mustPublish(setpoint, force)) {
+        markPublished(setpoint);
+        emit(this->*setpointSignal)(setpoint.latest);
     }
-    if (mustPublish(v.ovenMinimum[1], force) || mustPublish(v.ovenMaximum[1], force)) {
-        markPublished(v.ovenMinimum[1]);
-        markPublished(v.ovenMaximum[1]);
-        emit sigOven2TempSettingRangeChanged(v.ovenMinimum[1].latest, v.ovenMaximum[1].latest);
+    if (mustPublish(minimum, force) || mustPublish(maximum, force)) {
+        markPublished(minimum);
+        markPublished(maximum);
+        emit(this->*rangeSignal)(minimum.latest, maximum.latest);
     }
 }

@@ -342,6 +342,8 @@ signals:
 private:
     struct Values;
     struct LineRule;
+    // The steps a reply with a value takes (read, refuse, keep, publish), for the line table.
+    struct Steps;
     enum class Outcome;
     using Handler = Outcome (*)(VelutraResponseDecoder &decoder, const QString &line, int rule);
 
@@ -355,6 +357,7 @@ private:
     void publishTexts(int first, int count, bool force);
     void markTextsStale(int first, int count);
     void publishModuleKind();
+    void publishOvenSetpoint(int oven, bool force);
 
     std::unique_ptr<Values> m_values;
 };
