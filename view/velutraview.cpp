@@ -6,6 +6,7 @@
 #include "comboslider.h"
 #include "dialog.h"
 #include "indicator.h"
+#include "panelkit.h"
 #include "velutraprogressticker.h"
 
 #include <QButtonGroup>
@@ -22,19 +23,11 @@
 
 namespace {
 
+using PanelKit::typedLabel;
+
 constexpr int s_sidePanelMargin = 12;
 constexpr int s_sidePanelSpacing = 4;
 constexpr int s_sideSectionGap = 10;
-
-QLabel *typedLabel(const QString &text, const char *type, const QString &objectName = QString())
-{
-    auto *label = new QLabel(text);
-    label->setProperty("type", QString::fromLatin1(type));
-    if (!objectName.isEmpty()) {
-        label->setObjectName(objectName);
-    }
-    return label;
-}
 
 // One lamp with its name; the row is what visibility slots show and hide.
 QWidget *indicatorRow(const QString &text, const QString &objectName, Indicator **indicator)

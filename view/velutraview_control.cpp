@@ -5,6 +5,7 @@
 #include "comboslider.h"
 #include "dialog.h"
 #include "indicator.h"
+#include "panelkit.h"
 #include "velutraprogressticker.h"
 
 #include <QButtonGroup>
@@ -21,6 +22,8 @@
 #include <limits>
 
 namespace {
+
+using PanelKit::typedLabel;
 
 constexpr int s_sliderHeight = 25;
 constexpr int s_pageMargin = 16;
@@ -45,16 +48,6 @@ const char *const s_wavelengthItems[]
 // How long a chosen wavelength is shown without the module reporting it: the module takes a
 // few seconds to move its optics; one that never gets there is shown where it is.
 constexpr int s_wavelengthChangeTimeoutMs = 30 * 1000;
-
-QLabel *typedLabel(const QString &text, const char *type, const QString &objectName = QString())
-{
-    auto *label = new QLabel(text);
-    label->setProperty("type", QString::fromLatin1(type));
-    if (!objectName.isEmpty()) {
-        label->setObjectName(objectName);
-    }
-    return label;
-}
 
 QLabel *readout(const QString &objectName)
 {

@@ -9,6 +9,7 @@
 #include "indicatorbutton.h"
 #include "lineedit.h"
 #include "mainview.h"
+#include "panelkit.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -22,12 +23,7 @@
 
 namespace {
 
-QLabel *typedLabel(const QString &text, const char *type, QWidget *parent = nullptr)
-{
-    auto *label = new QLabel(text, parent);
-    label->setProperty("type", QString::fromLatin1(type));
-    return label;
-}
+using PanelKit::typedLabel;
 
 QWidget *indicatorRow(const QString &text, quint32 color)
 {
