@@ -29,6 +29,12 @@ constexpr int s_sidePanelMargin = 12;
 constexpr int s_sidePanelSpacing = 4;
 constexpr int s_sideSectionGap = 10;
 
+// A status lamp is grey while its condition is off and shows its own colour while it holds.
+void light(Indicator *lamp, bool on, quint32 color)
+{
+    lamp->setColor(on ? color : Indicator::Off);
+}
+
 // One lamp with its name; the row is what visibility slots show and hide.
 QWidget *indicatorRow(const QString &text, const QString &objectName, Indicator **indicator)
 {
@@ -406,32 +412,32 @@ void VelutraView::setRowVisible(QWidget *control, bool visible)
 
 void VelutraView::setPowerOnIndicator(bool on)
 {
-    m_powerOnIndicator->setColor(on ? Indicator::Green : Indicator::Off);
+    light(m_powerOnIndicator, on, Indicator::Green);
 }
 
 void VelutraView::setErrorIndicator(bool on)
 {
-    m_errorIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_errorIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setWarningIndicator(bool on)
 {
-    m_warningIndicator->setColor(on ? Indicator::Orange : Indicator::Off);
+    light(m_warningIndicator, on, Indicator::Orange);
 }
 
 void VelutraView::setDeviceSetupIndicator(bool on)
 {
-    m_deviceSetupIndicator->setColor(on ? Indicator::Orange : Indicator::Off);
+    light(m_deviceSetupIndicator, on, Indicator::Orange);
 }
 
 void VelutraView::setShutterIndicator(bool open)
 {
-    m_shutterIndicator->setColor(open ? Indicator::Orange : Indicator::Off);
+    light(m_shutterIndicator, open, Indicator::Orange);
 }
 
 void VelutraView::setOvenFaultIndicator(bool on)
 {
-    m_ovenFaultIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_ovenFaultIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setOvenFaultIndicatorVisibility(bool visible)
@@ -441,7 +447,7 @@ void VelutraView::setOvenFaultIndicatorVisibility(bool visible)
 
 void VelutraView::setHumidityFaultIndicator(bool on)
 {
-    m_humidityFaultIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_humidityFaultIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setHumidityFaultIndicatorVisibility(bool visible)
@@ -451,7 +457,7 @@ void VelutraView::setHumidityFaultIndicatorVisibility(bool visible)
 
 void VelutraView::setErrorcodeHGIndicator(bool on)
 {
-    m_errorcodeHGIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_errorcodeHGIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setErrorcodeHGMessage(const QString &message)
