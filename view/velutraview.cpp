@@ -29,12 +29,6 @@ constexpr int s_sidePanelMargin = 12;
 constexpr int s_sidePanelSpacing = 4;
 constexpr int s_sideSectionGap = 10;
 
-// A status lamp is grey while its condition is off and shows its own colour while it holds.
-void light(Indicator *lamp, bool on, quint32 color)
-{
-    lamp->setColor(on ? color : Indicator::Off);
-}
-
 // One lamp with its name; the row is what visibility slots show and hide.
 QWidget *indicatorRow(const QString &text, const QString &objectName, Indicator **indicator)
 {
@@ -75,6 +69,17 @@ QWidget *sideBox(const QString &objectName, const QString &title)
     return box;
 }
 
+// The View and System settings pages: one column of choices under a heading.
+QVBoxLayout *settingsPageColumn(QWidget *page, const QString &objectName, const QString &heading)
+{
+    page->setObjectName(objectName);
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(16, 16, 16, 16);
+    layout->setSpacing(10);
+    layout->addWidget(typedLabel(heading, "heading"));
+    return layout;
+}
+
 struct DynamicWlsRowText
 {
     const char *name;
@@ -89,12 +94,17 @@ constexpr DynamicWlsRowText s_dynamicWlsRows[] = {
         {"DUV AOM", "dynamicWlsDUV"},
 };
 
-QString waitingHeader()
+} // namespace
+
+void VelutraView::light(Indicator *lamp, bool on, quint32 color)
 {
-    return VelutraView::tr("VELUTRA-XP: waiting for the laser…");
+    lamp->setColor(on ? color : Indicator::Off);
 }
 
-} // namespace
+QString VelutraView::waitingHeader()
+{
+    return tr("VELUTRA-XP: waiting for the laser…");
+}
 
 VelutraView::VelutraView(QWidget *parent)
     : MainView(parent)
@@ -232,11 +242,7 @@ void VelutraView::createSidePanel()
 void VelutraView::createViewPage()
 {
     auto *page = new QWidget;
-    page->setObjectName(QStringLiteral("viewPage"));
-    auto *layout = new QVBoxLayout(page);
-    layout->setContentsMargins(16, 16, 16, 16);
-    layout->setSpacing(10);
-    layout->addWidget(typedLabel(tr("View"), "heading"));
+    QVBoxLayout *layout = settingsPageColumn(page, QStringLiteral("viewPage"), tr("View"));
     m_systemInfoCheckBox = new QCheckBox(tr("System info"));
     m_systemInfoCheckBox->setObjectName(QStringLiteral("systemInfoCheckBox"));
     m_systemInfoCheckBox->setProperty("flat", true);
@@ -256,11 +262,8 @@ void VelutraView::createViewPage()
 void VelutraView::createSystemSettingsPage()
 {
     auto *page = new QWidget;
-    page->setObjectName(QStringLiteral("systemSettingsPage"));
-    auto *layout = new QVBoxLayout(page);
-    layout->setContentsMargins(16, 16, 16, 16);
-    layout->setSpacing(10);
-    layout->addWidget(typedLabel(tr("Digital Gate Logic"), "heading"));
+    QVBoxLayout *layout = settingsPageColumn(page, QStringLiteral("systemSettingsPage"),
+                                             tr("Digital Gate Logic"));
 
     auto *grid = new QGridLayout;
     grid->setHorizontalSpacing(16);

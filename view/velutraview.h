@@ -230,6 +230,11 @@ private:
     QLabel *m_sidePanelSerialNumber = nullptr;
     QLabel *m_sidePanelFirmwareVersion = nullptr;
 
+    // What the header says until the laser names its model.
+    static QString waitingHeader();
+    // A status lamp is grey while its condition is off and shows its own colour while it holds.
+    static void light(class Indicator *lamp, bool on, quint32 color);
+
     // ---- Control page, side panel, settings pages -------------------------------------------
     void createSidePanel();
     void createControlPage();

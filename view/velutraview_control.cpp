@@ -902,8 +902,7 @@ void VelutraView::setDynamicWavelengthFeature(int enabled)
         (m_dynamicWavelengthFeatureOn ? m_dynamicWlsEnableRadio : m_dynamicWlsDisableRadio)
                 ->setChecked(true);
     }
-    m_dynamicWlsIndicator->setColor(m_dynamicWavelengthFeatureOn ? Indicator::Green
-                                                                 : Indicator::Off);
+    light(m_dynamicWlsIndicator, m_dynamicWavelengthFeatureOn, Indicator::Green);
 }
 
 void VelutraView::setDynamicWavelengthFeatureVisibility(bool visible)

@@ -339,7 +339,7 @@ void VelutraView::setVelutraType(const QString &text)
 {
     setTinyHeader(text + QLatin1Char('\n'));
     // The laser has answered: the model in the small header says who is connected.
-    if (header() == tr("VELUTRA-XP: waiting for the laser…")) {
+    if (header() == waitingHeader()) {
         setHeader(QString());
     }
 }
