@@ -58,14 +58,18 @@ QWidget *valueRow(const QString &name, QLabel *value)
     return row;
 }
 
-QWidget *sideBox(const QString &objectName, const QString &title)
+// A section of the side panel, set off from the one above it; a titled one starts with its
+// heading.
+QWidget *sideBox(const QString &objectName, const QString &title = QString())
 {
     auto *box = new QWidget;
     box->setObjectName(objectName);
     auto *layout = new QVBoxLayout(box);
     layout->setContentsMargins(0, s_sideSectionGap, 0, 0);
     layout->setSpacing(s_sidePanelSpacing);
-    layout->addWidget(typedLabel(title, "heading"));
+    if (!title.isEmpty()) {
+        layout->addWidget(typedLabel(title, "heading"));
+    }
     return box;
 }
 
@@ -182,11 +186,8 @@ void VelutraView::createSidePanel()
     }
     side->addWidget(m_dynamicWlsBox);
 
-    m_sideWavelengthRow = new QWidget;
-    m_sideWavelengthRow->setObjectName(QStringLiteral("sideWavelengthRow"));
-    auto *wavelengthLayout = new QVBoxLayout(m_sideWavelengthRow);
-    wavelengthLayout->setContentsMargins(0, s_sideSectionGap, 0, 0);
-    wavelengthLayout->setSpacing(s_sidePanelSpacing);
+    m_sideWavelengthRow = sideBox(QStringLiteral("sideWavelengthRow"));
+    auto *wavelengthLayout = static_cast<QVBoxLayout *>(m_sideWavelengthRow->layout());
     auto *wavelengthLabel = typedLabel(tr("Wavelength:"), "panel-label");
     wavelengthLayout->addWidget(wavelengthLabel);
     m_sideWavelengthCombo = new ComboBox;
