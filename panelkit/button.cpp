@@ -51,26 +51,22 @@ void Button::setButtonSize(int size)
         qCWarning(lcPanelKit) << "Button size" << size << "is not one of 1 to 6; keeping" << m_size;
         return;
     }
-    if (size == m_size) {
-        return;
+    if (PanelKit::takeNew(m_size, size)) {
+        updateGeometry();
     }
-    m_size = size;
-    updateGeometry();
 }
 
 void Button::setButtonColor(int color)
 {
-    if (color < Neutral || color > Stop) {
+    if (!PanelKit::isButtonColor(color)) {
         qCWarning(lcPanelKit) << "Button colour" << color << "is not one of 0 to 4; keeping"
                               << m_color;
         return;
     }
-    if (color == m_color) {
-        return;
+    if (PanelKit::takeNew(m_color, color)) {
+        setProperty("buttonColor", m_color);
+        PanelKit::repolish(this);
     }
-    m_color = color;
-    setProperty("buttonColor", m_color);
-    PanelKit::repolish(this);
 }
 
 QSize Button::sizeHint() const

@@ -34,6 +34,17 @@ int boundedDecimals(int decimals)
     return bounded;
 }
 
+// A unit or scale keeps its scale type when given one the slider cannot draw.
+bool acceptScaleType(const char *holder, const QString &name, int scaleType)
+{
+    if (isKnownScaleType(scaleType)) {
+        return true;
+    }
+    qCWarning(lcPanelKit) << holder << name << "scale type" << scaleType
+                          << "is unknown - type kept";
+    return false;
+}
+
 // Puts items into a selector when they differ from what it holds; silent either way.
 void syncItems(ComboBox *box, const QStringList &names)
 {
@@ -148,53 +159,37 @@ void ComboSliderUnit::setValue(double value)
                               << "is not a number - value kept";
         return;
     }
-    if (value == m_value) {
-        return;
+    if (takeNew(m_value, value)) {
+        emit changed();
     }
-    m_value = value;
-    emit changed();
 }
 
 void ComboSliderUnit::setDecimals(int decimals)
 {
-    decimals = boundedDecimals(decimals);
-    if (decimals == m_decimals) {
-        return;
+    if (takeNew(m_decimals, boundedDecimals(decimals))) {
+        emit changed();
     }
-    m_decimals = decimals;
-    emit changed();
 }
 
 void ComboSliderUnit::setName(const QString &name)
 {
-    if (name == m_name) {
-        return;
+    if (takeNew(m_name, name)) {
+        emit changed();
     }
-    m_name = name;
-    emit changed();
 }
 
 void ComboSliderUnit::setScaleType(int scaleType)
 {
-    if (!isKnownScaleType(scaleType)) {
-        qCWarning(lcPanelKit) << "Unit" << m_name << "scale type" << scaleType
-                              << "is unknown - type kept";
-        return;
+    if (acceptScaleType("Unit", m_name, scaleType) && takeNew(m_scaleType, scaleType)) {
+        emit changed();
     }
-    if (scaleType == m_scaleType) {
-        return;
-    }
-    m_scaleType = scaleType;
-    emit changed();
 }
 
 void ComboSliderUnit::setVisible(bool visible)
 {
-    if (visible == m_visible) {
-        return;
+    if (takeNew(m_visible, visible)) {
+        emit changed();
     }
-    m_visible = visible;
-    emit changed();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -255,18 +250,14 @@ int ComboSliderScale::indexOf(const ComboSliderUnit *unit) const
 
 void ComboSliderScale::setName(const QString &name)
 {
-    if (name == m_name) {
-        return;
+    if (takeNew(m_name, name)) {
+        emit changed();
     }
-    m_name = name;
-    emit changed();
 }
 
 void ComboSliderScale::setScaleType(int scaleType)
 {
-    if (!isKnownScaleType(scaleType)) {
-        qCWarning(lcPanelKit) << "Scale" << m_name << "scale type" << scaleType
-                              << "is unknown - type kept";
+    if (!acceptScaleType("Scale", m_name, scaleType)) {
         return;
     }
     m_scaleType = scaleType;
@@ -281,11 +272,9 @@ void ComboSliderScale::setCurrentUnitIndex(int index)
         qCWarning(lcPanelKit) << "Scale" << m_name << "has no unit" << index << "- unit kept";
         return;
     }
-    if (index == m_currentUnit) {
-        return;
+    if (takeNew(m_currentUnit, index)) {
+        emit changed();
     }
-    m_currentUnit = index;
-    emit changed();
 }
 
 void ComboSliderScale::removeUnit(QObject *unit)

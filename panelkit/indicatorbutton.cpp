@@ -100,15 +100,13 @@ void IndicatorButton::setColors(quint32 lit, quint32 unlit)
 
 void IndicatorButton::setButtonColor(int color)
 {
-    if (color < 0 || color > 4) {
+    if (!isButtonColor(color)) {
         qCWarning(lcPanelKit) << "IndicatorButton colour" << color << "is not one of 0 to 4";
         return;
     }
-    if (color == m_buttonColor) {
-        return;
+    if (takeNew(m_buttonColor, color)) {
+        update();
     }
-    m_buttonColor = color;
-    update();
 }
 
 void IndicatorButton::setActive(bool active)

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QLabel>
 #include <QStyle>
 
 Q_LOGGING_CATEGORY(lcPanelKit, "velutra.panelkit", QtInfoMsg)
@@ -382,6 +383,17 @@ QString getApplicationStylesheet()
         sheet += buttonRules(QStringLiteral("Button[buttonColor=\"%1\"]").arg(face.code), face);
     }
     return fillPalette(sheet);
+}
+
+QLabel *typedLabel(const QString &text, const char *type, const QString &objectName,
+                   QWidget *parent)
+{
+    auto *label = new QLabel(text, parent);
+    label->setProperty("type", QString::fromLatin1(type));
+    if (!objectName.isEmpty()) {
+        label->setObjectName(objectName);
+    }
+    return label;
 }
 
 void repolish(QWidget *widget)

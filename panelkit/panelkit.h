@@ -3,6 +3,9 @@
 #include <QLoggingCategory>
 #include <QString>
 
+class QLabel;
+class QWidget;
+
 Q_DECLARE_LOGGING_CATEGORY(lcPanelKit)
 
 // Application-wide look of the control panel: fonts and one style sheet.
@@ -27,5 +30,9 @@ QString getApplicationStylesheet();
 
 // The style sheet a plain QPushButton needs to look like a PanelKit button.
 QString getButtonStylesheet();
+
+// A label that takes the look of one of the types above; the object name is set when given.
+QLabel *typedLabel(const QString &text, const char *type, const QString &objectName = QString(),
+                   QWidget *parent = nullptr);
 
 } // namespace PanelKit

@@ -30,6 +30,25 @@ static constexpr QRgb IndicatorRed = 0xffff0000;
 
 static constexpr int s_maxDecimals = 9;
 
+// The colour codes Button and IndicatorButton take: 0 neutral, 1 go, 2 action, 3 caution,
+// 4 stop.
+inline bool isButtonColor(int code)
+{
+    return code >= 0 && code <= 4;
+}
+
+// Takes a property's new value; false when it is the value already held, so that setting a
+// property to what it is neither repaints nor tells anyone.
+template<typename T>
+bool takeNew(T &property, const T &value)
+{
+    if (property == value) {
+        return false;
+    }
+    property = value;
+    return true;
+}
+
 // Two values are the same when they print the same with the given decimals.
 inline bool sameAtDecimals(double a, double b, int decimals)
 {

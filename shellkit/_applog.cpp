@@ -101,7 +101,8 @@ void _AppLog::WriteLogLine(const QString &line)
     if (QThread::currentThread() == log->thread()) {
         log->appendLine(stamped);
     } else {
-        QMetaObject::invokeMethod(log, "appendLine", Qt::QueuedConnection, Q_ARG(QString, stamped));
+        QMetaObject::invokeMethod(
+                log, [log, stamped] { log->appendLine(stamped); }, Qt::QueuedConnection);
     }
 }
 

@@ -37,11 +37,11 @@ public:
 signals:
     void lineWritten(const QString &stampedLine);
 
-private slots:
-    void appendLine(const QString &stampedLine);
-
 private:
     explicit _AppLog(QObject *parent = nullptr);
+
+    // Runs in the thread that owns the document; WriteLogLine brings other threads' lines here.
+    void appendLine(const QString &stampedLine);
 
     QTextDocument *m_document = nullptr;
 };

@@ -18,34 +18,36 @@ constexpr int s_blinkIntervalMs = 500;
 VelutraRemoteControl::VelutraRemoteControl(QWidget *parent)
     : QWidget(parent)
 {
-    auto makeButton = [this](const QString &text, const char *objectName) {
-        auto *button = new IndicatorButton(text, s_lampOnTop, this);
-        button->setObjectName(QLatin1String(objectName));
-        button->setColors(s_red, s_grey);
-        button->setButtonColor(s_actionColor);
-        return button;
+    // Top to bottom: each button with the change signal its toggle becomes. IndicatorButton
+    // emits toggled only for the operator's own press, so forwarding it unfiltered can never
+    // echo a state the controller pushed in.
+    const struct
+    {
+        QString text;
+        const char *objectName;
+        IndicatorButton **button;
+        void (VelutraRemoteControl::*changed)(bool);
+    } column[] = {
+            {tr("Output\nenable"), "outEnableButton", &m_outEnableButton,
+             &VelutraRemoteControl::outEnableChanged},
+            {tr("Laser On"), "laserOnButton", &m_laserOnButton,
+             &VelutraRemoteControl::laserOnChanged},
+            {tr("Standby"), "standbyButton", &m_standbyButton,
+             &VelutraRemoteControl::standbyChanged},
+            {tr("Listen"), "listenButton", &m_listenButton, &VelutraRemoteControl::listenChanged},
     };
-    m_outEnableButton = makeButton(tr("Output\nenable"), "outEnableButton");
-    m_laserOnButton = makeButton(tr("Laser On"), "laserOnButton");
-    m_standbyButton = makeButton(tr("Standby"), "standbyButton");
-    m_listenButton = makeButton(tr("Listen"), "listenButton");
-
-    // IndicatorButton emits toggled only for the operator's own press, so forwarding it
-    // unfiltered can never echo a state the controller pushed in.
-    connect(m_outEnableButton, &IndicatorButton::toggled, this,
-            &VelutraRemoteControl::outEnableChanged);
-    connect(m_laserOnButton, &IndicatorButton::toggled, this,
-            &VelutraRemoteControl::laserOnChanged);
-    connect(m_standbyButton, &IndicatorButton::toggled, this,
-            &VelutraRemoteControl::standbyChanged);
-    connect(m_listenButton, &IndicatorButton::toggled, this, &VelutraRemoteControl::listenChanged);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_outEnableButton);
-    layout->addWidget(m_laserOnButton);
-    layout->addWidget(m_standbyButton);
-    layout->addWidget(m_listenButton);
+    for (const auto &entry : column) {
+        auto *button = new IndicatorButton(entry.text, s_lampOnTop, this);
+        button->setObjectName(QLatin1String(entry.objectName));
+        button->setColors(s_red, s_grey);
+        button->setButtonColor(s_actionColor);
+        connect(button, &IndicatorButton::toggled, this, entry.changed);
+        layout->addWidget(button);
+        *entry.button = button;
+    }
     layout->addStretch();
 }
 

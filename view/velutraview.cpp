@@ -6,6 +6,7 @@
 #include "comboslider.h"
 #include "dialog.h"
 #include "indicator.h"
+#include "panelkit.h"
 #include "velutraprogressticker.h"
 
 #include <QButtonGroup>
@@ -22,19 +23,11 @@
 
 namespace {
 
+using PanelKit::typedLabel;
+
 constexpr int s_sidePanelMargin = 12;
 constexpr int s_sidePanelSpacing = 4;
 constexpr int s_sideSectionGap = 10;
-
-QLabel *typedLabel(const QString &text, const char *type, const QString &objectName = QString())
-{
-    auto *label = new QLabel(text);
-    label->setProperty("type", QString::fromLatin1(type));
-    if (!objectName.isEmpty()) {
-        label->setObjectName(objectName);
-    }
-    return label;
-}
 
 // One lamp with its name; the row is what visibility slots show and hide.
 QWidget *indicatorRow(const QString &text, const QString &objectName, Indicator **indicator)
@@ -65,15 +58,30 @@ QWidget *valueRow(const QString &name, QLabel *value)
     return row;
 }
 
-QWidget *sideBox(const QString &objectName, const QString &title)
+// A section of the side panel, set off from the one above it; a titled one starts with its
+// heading.
+QWidget *sideBox(const QString &objectName, const QString &title = QString())
 {
     auto *box = new QWidget;
     box->setObjectName(objectName);
     auto *layout = new QVBoxLayout(box);
     layout->setContentsMargins(0, s_sideSectionGap, 0, 0);
     layout->setSpacing(s_sidePanelSpacing);
-    layout->addWidget(typedLabel(title, "heading"));
+    if (!title.isEmpty()) {
+        layout->addWidget(typedLabel(title, "heading"));
+    }
     return box;
+}
+
+// The View and System settings pages: one column of choices under a heading.
+QVBoxLayout *settingsPageColumn(QWidget *page, const QString &objectName, const QString &heading)
+{
+    page->setObjectName(objectName);
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(16, 16, 16, 16);
+    layout->setSpacing(10);
+    layout->addWidget(typedLabel(heading, "heading"));
+    return layout;
 }
 
 struct DynamicWlsRowText
@@ -90,12 +98,17 @@ constexpr DynamicWlsRowText s_dynamicWlsRows[] = {
         {"DUV AOM", "dynamicWlsDUV"},
 };
 
-QString waitingHeader()
+} // namespace
+
+void VelutraView::light(Indicator *lamp, bool on, quint32 color)
 {
-    return VelutraView::tr("VELUTRA-XP: waiting for the laser…");
+    lamp->setColor(on ? color : Indicator::Off);
 }
 
-} // namespace
+QString VelutraView::waitingHeader()
+{
+    return tr("VELUTRA-XP: waiting for the laser…");
+}
 
 VelutraView::VelutraView(QWidget *parent)
     : MainView(parent)
@@ -173,11 +186,8 @@ void VelutraView::createSidePanel()
     }
     side->addWidget(m_dynamicWlsBox);
 
-    m_sideWavelengthRow = new QWidget;
-    m_sideWavelengthRow->setObjectName(QStringLiteral("sideWavelengthRow"));
-    auto *wavelengthLayout = new QVBoxLayout(m_sideWavelengthRow);
-    wavelengthLayout->setContentsMargins(0, s_sideSectionGap, 0, 0);
-    wavelengthLayout->setSpacing(s_sidePanelSpacing);
+    m_sideWavelengthRow = sideBox(QStringLiteral("sideWavelengthRow"));
+    auto *wavelengthLayout = static_cast<QVBoxLayout *>(m_sideWavelengthRow->layout());
     auto *wavelengthLabel = typedLabel(tr("Wavelength:"), "panel-label");
     wavelengthLayout->addWidget(wavelengthLabel);
     m_sideWavelengthCombo = new ComboBox;
@@ -233,11 +243,7 @@ void VelutraView::createSidePanel()
 void VelutraView::createViewPage()
 {
     auto *page = new QWidget;
-    page->setObjectName(QStringLiteral("viewPage"));
-    auto *layout = new QVBoxLayout(page);
-    layout->setContentsMargins(16, 16, 16, 16);
-    layout->setSpacing(10);
-    layout->addWidget(typedLabel(tr("View"), "heading"));
+    QVBoxLayout *layout = settingsPageColumn(page, QStringLiteral("viewPage"), tr("View"));
     m_systemInfoCheckBox = new QCheckBox(tr("System info"));
     m_systemInfoCheckBox->setObjectName(QStringLiteral("systemInfoCheckBox"));
     m_systemInfoCheckBox->setProperty("flat", true);
@@ -257,11 +263,8 @@ void VelutraView::createViewPage()
 void VelutraView::createSystemSettingsPage()
 {
     auto *page = new QWidget;
-    page->setObjectName(QStringLiteral("systemSettingsPage"));
-    auto *layout = new QVBoxLayout(page);
-    layout->setContentsMargins(16, 16, 16, 16);
-    layout->setSpacing(10);
-    layout->addWidget(typedLabel(tr("Digital Gate Logic"), "heading"));
+    QVBoxLayout *layout = settingsPageColumn(page, QStringLiteral("systemSettingsPage"),
+                                             tr("Digital Gate Logic"));
 
     auto *grid = new QGridLayout;
     grid->setHorizontalSpacing(16);
@@ -413,32 +416,32 @@ void VelutraView::setRowVisible(QWidget *control, bool visible)
 
 void VelutraView::setPowerOnIndicator(bool on)
 {
-    m_powerOnIndicator->setColor(on ? Indicator::Green : Indicator::Off);
+    light(m_powerOnIndicator, on, Indicator::Green);
 }
 
 void VelutraView::setErrorIndicator(bool on)
 {
-    m_errorIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_errorIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setWarningIndicator(bool on)
 {
-    m_warningIndicator->setColor(on ? Indicator::Orange : Indicator::Off);
+    light(m_warningIndicator, on, Indicator::Orange);
 }
 
 void VelutraView::setDeviceSetupIndicator(bool on)
 {
-    m_deviceSetupIndicator->setColor(on ? Indicator::Orange : Indicator::Off);
+    light(m_deviceSetupIndicator, on, Indicator::Orange);
 }
 
 void VelutraView::setShutterIndicator(bool open)
 {
-    m_shutterIndicator->setColor(open ? Indicator::Orange : Indicator::Off);
+    light(m_shutterIndicator, open, Indicator::Orange);
 }
 
 void VelutraView::setOvenFaultIndicator(bool on)
 {
-    m_ovenFaultIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_ovenFaultIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setOvenFaultIndicatorVisibility(bool visible)
@@ -448,7 +451,7 @@ void VelutraView::setOvenFaultIndicatorVisibility(bool visible)
 
 void VelutraView::setHumidityFaultIndicator(bool on)
 {
-    m_humidityFaultIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_humidityFaultIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setHumidityFaultIndicatorVisibility(bool visible)
@@ -458,7 +461,7 @@ void VelutraView::setHumidityFaultIndicatorVisibility(bool visible)
 
 void VelutraView::setErrorcodeHGIndicator(bool on)
 {
-    m_errorcodeHGIndicator->setColor(on ? Indicator::Red : Indicator::Off);
+    light(m_errorcodeHGIndicator, on, Indicator::Red);
 }
 
 void VelutraView::setErrorcodeHGMessage(const QString &message)

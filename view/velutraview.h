@@ -230,6 +230,11 @@ private:
     QLabel *m_sidePanelSerialNumber = nullptr;
     QLabel *m_sidePanelFirmwareVersion = nullptr;
 
+    // What the header says until the laser names its model.
+    static QString waitingHeader();
+    // A status lamp is grey while its condition is off and shows its own colour while it holds.
+    static void light(class Indicator *lamp, bool on, quint32 color);
+
     // ---- Control page, side panel, settings pages -------------------------------------------
     void createSidePanel();
     void createControlPage();
@@ -246,8 +251,29 @@ private:
         double maximum = 0.0;
     };
     enum EnergyUnit { EnergyUnit_uJ = 0, EnergyUnitPercent = 1 };
+    // The entries of the operating-mode combo; the last one is the device's AOM mode 8,
+    // shown but never offered.
+    enum OperatingMode {
+        OperatingModeInternal = 0,
+        OperatingModeExternal = 1,
+        OperatingModeFixedProgram = 2
+    };
+    static bool energyControlShownForChoice(OperatingMode mode);
     enum RepRateScale { RepRateScaleRate = 0, RepRateScaleDivider = 1 };
-    static constexpr int s_wavelengthCount = 4; // IR, Green, UV, DUV
+    // The entries of the wavelength selector, and the rows of every per-wavelength read-out.
+    enum Wavelength { WavelengthIR = 0, WavelengthGreen = 1, WavelengthUV = 2, WavelengthDUV = 3 };
+    static constexpr int s_wavelengthCount = 4;
+
+    // Whether the panel shows measured energy and power of a wavelength at all. It alone
+    // decides to keep the deep-UV rows hidden, whatever visibility the controller passes on
+    // from the module's output configuration.
+    static bool isMeasured(int wavelength);
+    void addMeasurementRows(class QGridLayout *grid, int *row,
+                            const QString (&names)[s_wavelengthCount],
+                            const QString (&objectNames)[s_wavelengthCount],
+                            QLabel *(&readouts)[s_wavelengthCount]);
+    void setMeasurementRowVisible(QLabel *const (&readouts)[s_wavelengthCount], int wavelength,
+                                  bool visible);
 
     // Shows or hides a control together with the label that names it.
     void setRowVisible(QWidget *control, bool visible);
@@ -266,6 +292,8 @@ private:
     void updateWavelengthLabels();
     void onPendingWavelengthExpired();
     void showDynamicWlsReported(int wavelength, double microjoules);
+    void showDynamicWlsEnergy(int wavelength, double microjoules);
+    void showDynamicWlsPercent(int wavelength, double percent);
     // The side panel's box when the laser's wavelength is not known: with nothing to choose it
     // names the one wavelength the laser has, otherwise it asks for a choice.
     void updateSideWavelengthWhenUnknown();

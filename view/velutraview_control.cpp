@@ -5,6 +5,7 @@
 #include "comboslider.h"
 #include "dialog.h"
 #include "indicator.h"
+#include "panelkit.h"
 #include "velutraprogressticker.h"
 
 #include <QButtonGroup>
@@ -21,6 +22,8 @@
 #include <limits>
 
 namespace {
+
+using PanelKit::typedLabel;
 
 constexpr int s_sliderHeight = 25;
 constexpr int s_pageMargin = 16;
@@ -45,16 +48,6 @@ const char *const s_wavelengthItems[]
 // How long a chosen wavelength is shown without the module reporting it: the module takes a
 // few seconds to move its optics; one that never gets there is shown where it is.
 constexpr int s_wavelengthChangeTimeoutMs = 30 * 1000;
-
-QLabel *typedLabel(const QString &text, const char *type, const QString &objectName = QString())
-{
-    auto *label = new QLabel(text);
-    label->setProperty("type", QString::fromLatin1(type));
-    if (!objectName.isEmpty()) {
-        label->setObjectName(objectName);
-    }
-    return label;
-}
 
 QLabel *readout(const QString &objectName)
 {
@@ -82,6 +75,16 @@ QString formatReadout(double value, int decimals)
 QString withUnit(double value, int decimals, const QString &unit)
 {
     return formatReadout(value, decimals) + unit;
+}
+
+void showMeasuredEnergy(QLabel *readout, double microjoules)
+{
+    readout->setText(withUnit(microjoules, 2, QStringLiteral(" µJ")));
+}
+
+void showMeasuredPower(QLabel *readout, double watts)
+{
+    readout->setText(withUnit(watts, 3, QStringLiteral(" W")));
 }
 
 ComboSlider *makeSlider(const QString &objectName, QWidget *parent)
@@ -139,6 +142,32 @@ void VelutraView::addRow(QGridLayout *grid, int row, QWidget *label, QWidget *co
     }
 }
 
+bool VelutraView::isMeasured(int wavelength)
+{
+    // Nothing on the laser measures deep-UV output: a deep-UV row would have nothing to show.
+    return wavelength != WavelengthDUV;
+}
+
+void VelutraView::addMeasurementRows(QGridLayout *grid, int *row,
+                                     const QString (&names)[s_wavelengthCount],
+                                     const QString (&objectNames)[s_wavelengthCount],
+                                     QLabel *(&readouts)[s_wavelengthCount])
+{
+    for (int wavelength = 0; wavelength < s_wavelengthCount; ++wavelength) {
+        readouts[wavelength] = readout(objectNames[wavelength]);
+        addRow(grid, (*row)++, typedLabel(names[wavelength], "label"), readouts[wavelength]);
+        if (!isMeasured(wavelength)) {
+            setRowVisible(readouts[wavelength], false);
+        }
+    }
+}
+
+void VelutraView::setMeasurementRowVisible(QLabel *const (&readouts)[s_wavelengthCount],
+                                           int wavelength, bool visible)
+{
+    setRowVisible(readouts[wavelength], visible && isMeasured(wavelength));
+}
+
 // ---- Control page ---------------------------------------------------------------------------
 
 void VelutraView::createControlPage()
@@ -155,7 +184,7 @@ void VelutraView::createControlPage()
     m_operatingModeCombo->setObjectName(QStringLiteral("operatingModeCombo"));
     m_operatingModeCombo->addItems({tr("Internal"), tr("External"), tr("Mode 8")});
     // The device can be in AOM mode 8; the panel shows it but does not offer it.
-    m_operatingModeCombo->setItemVisibility(2, false);
+    m_operatingModeCombo->setItemVisibility(OperatingModeFixedProgram, false);
     addRow(grid, row++, typedLabel(tr("Operating mode"), "label"), m_operatingModeCombo);
 
     m_wavelengthSelectorCombo = new ComboBox;
@@ -178,12 +207,7 @@ void VelutraView::createControlPage()
     const QString energyObjects[s_wavelengthCount]
             = {QStringLiteral("measuredIREnergy"), QStringLiteral("measuredGreenEnergy"),
                QStringLiteral("measuredUVEnergy"), QStringLiteral("measuredDUVEnergy")};
-    for (int i = 0; i < s_wavelengthCount; ++i) {
-        m_measuredEnergy[i] = readout(energyObjects[i]);
-        addRow(grid, row++, typedLabel(energyNames[i], "label"), m_measuredEnergy[i]);
-    }
-    // Nothing measures deep-UV energy: the row stays out of sight.
-    setRowVisible(m_measuredEnergy[3], false);
+    addMeasurementRows(grid, &row, energyNames, energyObjects, m_measuredEnergy);
 
     m_dynamicWlsSaveButton
             = new Button(tr("set AOM\nenergy level"), Button::Panel, Button::Action, page);
@@ -312,11 +336,7 @@ void VelutraView::createHarmonicGeneratorPage()
     const QString powerObjects[s_wavelengthCount]
             = {QStringLiteral("outputPowerIR"), QStringLiteral("outputPowerGreen"),
                QStringLiteral("outputPowerUV"), QStringLiteral("outputPowerDUV")};
-    for (int i = 0; i < s_wavelengthCount; ++i) {
-        m_outputPower[i] = readout(powerObjects[i]);
-        addRow(grid, row++, typedLabel(powerNames[i], "label"), m_outputPower[i]);
-    }
-    setRowVisible(m_outputPower[3], false);
+    addMeasurementRows(grid, &row, powerNames, powerObjects, m_outputPower);
 
     m_humidity = readout(QStringLiteral("humidity"));
     addRow(grid, row++, typedLabel(tr("Humidity"), "label"), m_humidity);
@@ -388,15 +408,21 @@ void VelutraView::setOperatingMode(int index)
     m_operatingModeCombo->setCurrentIndex(index);
 }
 
+bool VelutraView::energyControlShownForChoice(OperatingMode mode)
+{
+    // In external mode an external signal sets the pulse energy: the panel has none to offer.
+    return mode != OperatingModeExternal;
+}
+
 void VelutraView::newOperationMode(int mode)
 {
-    if (mode == 1) {
-        m_energySlider->setVisible(false);
-    } else if (mode == 0 || mode == 2) {
-        m_energySlider->setVisible(true);
-    } else {
+    // The operator's choice shows at once. Once the laser reports the mode it runs in, the
+    // controller, which owns that policy, has the last word through setPowerSliderVisibility.
+    if (mode != OperatingModeInternal && mode != OperatingModeExternal
+        && mode != OperatingModeFixedProgram) {
         return;
     }
+    m_energySlider->setVisible(energyControlShownForChoice(OperatingMode(mode)));
     showEnergyOfCurrentUnit();
 }
 
@@ -518,82 +544,82 @@ void VelutraView::newWavelengthSelected(int index)
 void VelutraView::setPowerMeasuredIR_uJ(double microjoules)
 {
     m_lastMeasuredIR_uJ = microjoules;
-    m_measuredEnergy[0]->setText(withUnit(microjoules, 2, QStringLiteral(" µJ")));
+    showMeasuredEnergy(m_measuredEnergy[WavelengthIR], microjoules);
 }
 
 void VelutraView::setPowerMeasuredIR_uJVisibility(bool visible)
 {
-    setRowVisible(m_measuredEnergy[0], visible);
+    setMeasurementRowVisible(m_measuredEnergy, WavelengthIR, visible);
 }
 
 void VelutraView::setPowerMeasuredGreen_uJ(double microjoules)
 {
-    m_measuredEnergy[1]->setText(withUnit(microjoules, 2, QStringLiteral(" µJ")));
+    showMeasuredEnergy(m_measuredEnergy[WavelengthGreen], microjoules);
 }
 
 void VelutraView::setPowerMeasuredGreen_uJVisibility(bool visible)
 {
-    setRowVisible(m_measuredEnergy[1], visible);
+    setMeasurementRowVisible(m_measuredEnergy, WavelengthGreen, visible);
 }
 
 void VelutraView::setPowerMeasuredUV_uJ(double microjoules)
 {
-    m_measuredEnergy[2]->setText(withUnit(microjoules, 2, QStringLiteral(" µJ")));
+    showMeasuredEnergy(m_measuredEnergy[WavelengthUV], microjoules);
 }
 
 void VelutraView::setPowerMeasuredUV_uJVisibility(bool visible)
 {
-    setRowVisible(m_measuredEnergy[2], visible);
+    setMeasurementRowVisible(m_measuredEnergy, WavelengthUV, visible);
 }
 
 void VelutraView::setPowerMeasuredDUV_uJ(double microjoules)
 {
-    m_measuredEnergy[3]->setText(withUnit(microjoules, 2, QStringLiteral(" µJ")));
+    showMeasuredEnergy(m_measuredEnergy[WavelengthDUV], microjoules);
 }
 
-void VelutraView::setPowerMeasuredDUV_uJVisibility(bool)
+void VelutraView::setPowerMeasuredDUV_uJVisibility(bool visible)
 {
-    // Nothing feeds a deep-UV measurement; the row stays hidden whatever the module says.
+    setMeasurementRowVisible(m_measuredEnergy, WavelengthDUV, visible);
 }
 
 void VelutraView::setOutputPowerIRMeasuredW(double watts)
 {
-    m_outputPower[0]->setText(withUnit(watts, 3, QStringLiteral(" W")));
+    showMeasuredPower(m_outputPower[WavelengthIR], watts);
 }
 
 void VelutraView::setOutputPowerIRMeasuredWVisibility(bool visible)
 {
-    setRowVisible(m_outputPower[0], visible);
+    setMeasurementRowVisible(m_outputPower, WavelengthIR, visible);
 }
 
 void VelutraView::setOutputPowerGreenMeasuredW(double watts)
 {
-    m_outputPower[1]->setText(withUnit(watts, 3, QStringLiteral(" W")));
+    showMeasuredPower(m_outputPower[WavelengthGreen], watts);
 }
 
 void VelutraView::setOutputPowerGreenMeasuredWVisibility(bool visible)
 {
-    setRowVisible(m_outputPower[1], visible);
+    setMeasurementRowVisible(m_outputPower, WavelengthGreen, visible);
 }
 
 void VelutraView::setOutputPowerUVMeasuredW(double watts)
 {
-    m_outputPower[2]->setText(withUnit(watts, 3, QStringLiteral(" W")));
+    showMeasuredPower(m_outputPower[WavelengthUV], watts);
 }
 
 void VelutraView::setOutputPowerUVMeasuredWVisibility(bool visible)
 {
-    setRowVisible(m_outputPower[2], visible);
+    setMeasurementRowVisible(m_outputPower, WavelengthUV, visible);
 }
 
 void VelutraView::setOutputPowerDUVMeasuredW(double watts)
 {
-    m_outputPower[3]->setText(withUnit(watts, 3, QStringLiteral(" W")));
+    showMeasuredPower(m_outputPower[WavelengthDUV], watts);
 }
 
-void VelutraView::setOutputPowerDUVMeasuredWVisibility(bool)
+void VelutraView::setOutputPowerDUVMeasuredWVisibility(bool visible)
 {
-    // See setPowerMeasuredDUV_uJVisibility.
+    setMeasurementRowVisible(m_outputPower, WavelengthDUV, visible);
 }
 
 // ---- Energy slider --------------------------------------------------------------------------
@@ -876,8 +902,7 @@ void VelutraView::setDynamicWavelengthFeature(int enabled)
         (m_dynamicWavelengthFeatureOn ? m_dynamicWlsEnableRadio : m_dynamicWlsDisableRadio)
                 ->setChecked(true);
     }
-    m_dynamicWlsIndicator->setColor(m_dynamicWavelengthFeatureOn ? Indicator::Green
-                                                                 : Indicator::Off);
+    light(m_dynamicWlsIndicator, m_dynamicWavelengthFeatureOn, Indicator::Green);
 }
 
 void VelutraView::setDynamicWavelengthFeatureVisibility(bool visible)
@@ -899,68 +924,75 @@ void VelutraView::newDynamicWavelengthFeatureChanged(QAbstractButton *button)
     }
 }
 
+void VelutraView::showDynamicWlsEnergy(int wavelength, double microjoules)
+{
+    m_dynamicWlsValues[wavelength]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
+    showDynamicWlsReported(wavelength, microjoules);
+}
+
+void VelutraView::showDynamicWlsPercent(int wavelength, double percent)
+{
+    m_dynamicWlsValues[wavelength]->setText(withUnit(percent, 0, QStringLiteral("%")));
+}
+
 void VelutraView::setDynamicWLS_IR_uJ(double microjoules)
 {
-    m_dynamicWlsValues[0]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
-    showDynamicWlsReported(0, microjoules);
+    showDynamicWlsEnergy(WavelengthIR, microjoules);
 }
 
 void VelutraView::setDynamicWLS_IR_Percent(double percent)
 {
-    m_dynamicWlsValues[0]->setText(withUnit(percent, 0, QStringLiteral("%")));
+    showDynamicWlsPercent(WavelengthIR, percent);
 }
 
 void VelutraView::setDynamicWLS_IR_Visibility(bool visible)
 {
-    m_dynamicWlsRows[0]->setVisible(visible);
+    m_dynamicWlsRows[WavelengthIR]->setVisible(visible);
 }
 
 void VelutraView::setDynamicWLS_Green_uJ(double microjoules)
 {
-    m_dynamicWlsValues[1]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
-    showDynamicWlsReported(1, microjoules);
+    showDynamicWlsEnergy(WavelengthGreen, microjoules);
 }
 
 void VelutraView::setDynamicWLS_Green_Percent(double percent)
 {
-    m_dynamicWlsValues[1]->setText(withUnit(percent, 0, QStringLiteral("%")));
+    showDynamicWlsPercent(WavelengthGreen, percent);
 }
 
 void VelutraView::setDynamicWLS_Green_Visibility(bool visible)
 {
-    m_dynamicWlsRows[1]->setVisible(visible);
+    m_dynamicWlsRows[WavelengthGreen]->setVisible(visible);
 }
 
 void VelutraView::setDynamicWLS_UV_uJ(double microjoules)
 {
-    m_dynamicWlsValues[2]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
-    showDynamicWlsReported(2, microjoules);
+    showDynamicWlsEnergy(WavelengthUV, microjoules);
 }
 
 void VelutraView::setDynamicWLS_UV_Percent(double percent)
 {
-    m_dynamicWlsValues[2]->setText(withUnit(percent, 0, QStringLiteral("%")));
+    showDynamicWlsPercent(WavelengthUV, percent);
 }
 
 void VelutraView::setDynamicWLS_UV_Visibility(bool visible)
 {
-    m_dynamicWlsRows[2]->setVisible(visible);
+    m_dynamicWlsRows[WavelengthUV]->setVisible(visible);
 }
 
 void VelutraView::setDynamicWLS_DUV_uJ(double microjoules)
 {
-    m_dynamicWlsValues[3]->setText(withUnit(microjoules, 2, QStringLiteral("µJ")));
-    showDynamicWlsReported(3, microjoules);
+    showDynamicWlsEnergy(WavelengthDUV, microjoules);
 }
 
 void VelutraView::setDynamicWLS_DUV_Percent(double percent)
 {
-    m_dynamicWlsValues[3]->setText(withUnit(percent, 0, QStringLiteral("%")));
+    showDynamicWlsPercent(WavelengthDUV, percent);
 }
 
 void VelutraView::setDynamicWLS_DUV_Visibility(bool visible)
 {
-    m_dynamicWlsRows[3]->setVisible(visible);
+    m_dynamicWlsRows[WavelengthDUV]->setVisible(visible);
 }
 
 // ---- Humidity and ovens ---------------------------------------------------------------------

@@ -3,6 +3,7 @@
 #include "button.h"
 #include "dialog.h"
 #include "lineedit.h"
+#include "panelkit.h"
 
 #include <QFontMetrics>
 #include <QGridLayout>
@@ -71,11 +72,10 @@ constexpr SystemDetailsRow s_systemDetailsRows[] = {
 };
 static_assert(std::size(s_systemDetailsRows) == 23, "one row per system details field");
 
-QLabel *typedLabel(const QString &text, const char *type, QWidget *parent = nullptr)
+// Texts on these pages come from the device: never let one be read as markup.
+QLabel *plainTextLabel(const QString &text, const char *type, QWidget *parent = nullptr)
 {
-    auto *label = new QLabel(text, parent);
-    label->setProperty("type", QLatin1String(type));
-    // Texts on these pages come from the device: never let one be read as markup.
+    QLabel *label = PanelKit::typedLabel(text, type, QString(), parent);
     label->setTextFormat(Qt::PlainText);
     return label;
 }
@@ -145,14 +145,14 @@ void VelutraView::createTemperatureDetailsPage()
     page->setObjectName(QStringLiteral("temperatureDetailsPage"));
     auto *column = new QVBoxLayout(page);
     column->setContentsMargins(16, 12, 16, 12);
-    column->addWidget(typedLabel(tr("Temperatures"), "heading"));
+    column->addWidget(plainTextLabel(tr("Temperatures"), "heading"));
 
     auto *grid = new QGridLayout;
     grid->setHorizontalSpacing(16);
     grid->setVerticalSpacing(6);
     for (int row = 0; row < s_temperatureRowCount; ++row) {
         const int number = row + 1;
-        auto *label = typedLabel(tr("Temp. %1:").arg(number), "label");
+        auto *label = plainTextLabel(tr("Temp. %1:").arg(number), "label");
         label->setObjectName(QStringLiteral("temperatureLabel%1").arg(number));
         auto *field = readOnlyField(QString(), QStringLiteral("temperatureActual%1").arg(number));
         field->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -295,7 +295,7 @@ void VelutraView::createSystemDetailsPage()
             grid->setContentsMargins(0, 0, 0, 0);
             grid->setHorizontalSpacing(12);
             grid->setVerticalSpacing(6);
-            grid->addWidget(typedLabel(tr(row.section), "heading"), 0, 0, 1, 2);
+            grid->addWidget(plainTextLabel(tr(row.section), "heading"), 0, 0, 1, 2);
             // Fields keep the width they ask for; what is left over stays empty.
             grid->setColumnStretch(2, 1);
             grids.append(grid);
@@ -305,7 +305,7 @@ void VelutraView::createSystemDetailsPage()
                 m_hgModuleSection = section;
             }
         }
-        auto *name = typedLabel(tr(row.name), "label");
+        auto *name = plainTextLabel(tr(row.name), "label");
         auto *field = readOnlyField(QStringLiteral("???"), QLatin1String(row.objectName));
         name->setBuddy(field);
         const int line = grid->rowCount();
@@ -339,7 +339,7 @@ void VelutraView::setVelutraType(const QString &text)
 {
     setTinyHeader(text + QLatin1Char('\n'));
     // The laser has answered: the model in the small header says who is connected.
-    if (header() == tr("VELUTRA-XP: waiting for the laser…")) {
+    if (header() == waitingHeader()) {
         setHeader(QString());
     }
 }
@@ -517,7 +517,7 @@ void VelutraView::showAllSpotsButtonClicked()
     grid->setVerticalSpacing(6);
     const QString headers[] = {tr("Spot"), tr("Current runtime"), tr("Maximum runtime")};
     for (int column = 0; column < 3; ++column) {
-        auto *header = typedLabel(headers[column], "label-header");
+        auto *header = plainTextLabel(headers[column], "label-header");
         header->setAlignment(Qt::AlignCenter);
         grid->addWidget(header, 0, column);
     }
@@ -525,11 +525,11 @@ void VelutraView::showAllSpotsButtonClicked()
     int row = 1;
     // QMap iterates in ascending key order, which is the spot order the operator expects.
     for (auto spot = m_crystalAllRuntimes.cbegin(); spot != m_crystalAllRuntimes.cend(); ++spot) {
-        auto *number = typedLabel(QString::number(spot.key()), "label");
+        auto *number = plainTextLabel(QString::number(spot.key()), "label");
         number->setAlignment(Qt::AlignCenter);
-        auto *runtime = typedLabel(hoursAndMinutes(spot.value()), "text");
+        auto *runtime = plainTextLabel(hoursAndMinutes(spot.value()), "text");
         runtime->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        auto *limit = typedLabel(maximum, "text");
+        auto *limit = plainTextLabel(maximum, "text");
         limit->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         grid->addWidget(number, row, 0);
         grid->addWidget(runtime, row, 1);
@@ -600,9 +600,9 @@ void VelutraView::setHGModuleWarning(const QString &text)
     dialog->setModal(false);
     m_hgModuleWarningDialog = dialog;
 
-    auto *header = typedLabel(tr("** Warning **"), "label-header", dialog);
+    auto *header = plainTextLabel(tr("** Warning **"), "label-header", dialog);
     header->setAlignment(Qt::AlignCenter);
-    auto *message = typedLabel(QString(), "label", dialog);
+    auto *message = plainTextLabel(QString(), "label", dialog);
     message->setObjectName(QStringLiteral("hgModuleWarningText"));
     message->setAlignment(Qt::AlignCenter);
     message->setWordWrap(true);

@@ -9,6 +9,7 @@
 #include "indicatorbutton.h"
 #include "lineedit.h"
 #include "mainview.h"
+#include "panelkit.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -20,14 +21,12 @@
 #include <QRadioButton>
 #include <QVBoxLayout>
 
+#include <initializer_list>
+#include <utility>
+
 namespace {
 
-QLabel *typedLabel(const QString &text, const char *type, QWidget *parent = nullptr)
-{
-    auto *label = new QLabel(text, parent);
-    label->setProperty("type", QString::fromLatin1(type));
-    return label;
-}
+using PanelKit::typedLabel;
 
 QWidget *indicatorRow(const QString &text, quint32 color)
 {
@@ -37,6 +36,45 @@ QWidget *indicatorRow(const QString &text, quint32 color)
     layout->addWidget(new Indicator(color));
     layout->addWidget(typedLabel(text, "panel-label"), 1);
     return row;
+}
+
+// A side-panel box of names, each with its value beside it.
+QGroupBox *sideValues(const QString &title,
+                      std::initializer_list<std::pair<const char *, const char *>> rows)
+{
+    auto *box = new QGroupBox(title);
+    auto *grid = new QGridLayout(box);
+    int row = 0;
+    for (const auto &nameAndValue : rows) {
+        grid->addWidget(typedLabel(QString::fromUtf8(nameAndValue.first), "panel-label"), row, 0);
+        grid->addWidget(typedLabel(QString::fromUtf8(nameAndValue.second), "panel-text"), row, 1);
+        ++row;
+    }
+    return box;
+}
+
+// The margins every sample page keeps to the frame around it.
+void setPageMargins(QLayout *layout)
+{
+    layout->setContentsMargins(16, 8, 16, 16);
+}
+
+// Below its last row a grid page gives the rest of the height away; the values take the width.
+void closeGridPage(QGridLayout *grid, int rowAfterLast)
+{
+    grid->setRowStretch(rowAfterLast, 1);
+    grid->setColumnStretch(1, 1);
+}
+
+// A heading, then a row of samples that wraps at the page's width.
+FlowLayout *addSampleRow(QVBoxLayout *page, const QString &heading, const char *headingType,
+                         int horizontalSpacing, int verticalSpacing)
+{
+    page->addWidget(typedLabel(heading, headingType));
+    auto *samples = new QWidget;
+    auto *flow = new FlowLayout(samples, 0, horizontalSpacing, verticalSpacing);
+    page->addWidget(samples);
+    return flow;
 }
 
 } // namespace
@@ -82,21 +120,10 @@ void PanelKitGallery::buildSidePanel()
     wavelength->setCurrentIndex(1);
     side->addWidget(wavelength);
 
-    auto *info = new QGroupBox(QStringLiteral("System info"));
-    auto *grid = new QGridLayout(info);
-    grid->addWidget(typedLabel(QStringLiteral("Serial number:"), "panel-label"), 0, 0);
-    grid->addWidget(typedLabel(QStringLiteral("VX-10-0042"), "panel-text"), 0, 1);
-    grid->addWidget(typedLabel(QStringLiteral("Firmware version:"), "panel-label"), 1, 0);
-    grid->addWidget(typedLabel(QStringLiteral("3.1.7"), "panel-text"), 1, 1);
-    side->addWidget(info);
-
-    auto *gate = new QGroupBox(QStringLiteral("Digital Gate Logic"));
-    auto *gateGrid = new QGridLayout(gate);
-    gateGrid->addWidget(typedLabel(QStringLiteral("0V:"), "panel-label"), 0, 0);
-    gateGrid->addWidget(typedLabel(QStringLiteral("AOM Open"), "panel-text"), 0, 1);
-    gateGrid->addWidget(typedLabel(QStringLiteral("3.3V:"), "panel-label"), 1, 0);
-    gateGrid->addWidget(typedLabel(QStringLiteral("AOM Closed"), "panel-text"), 1, 1);
-    side->addWidget(gate);
+    side->addWidget(sideValues(QStringLiteral("System info"),
+                               {{"Serial number:", "VX-10-0042"}, {"Firmware version:", "3.1.7"}}));
+    side->addWidget(sideValues(QStringLiteral("Digital Gate Logic"),
+                               {{"0V:", "AOM Open"}, {"3.3V:", "AOM Closed"}}));
     side->addStretch(1);
 }
 
@@ -104,7 +131,7 @@ QWidget *PanelKitGallery::buildControlPage()
 {
     auto *page = new QWidget;
     auto *grid = new QGridLayout(page);
-    grid->setContentsMargins(16, 8, 16, 16);
+    setPageMargins(grid);
     grid->setHorizontalSpacing(16);
     grid->setVerticalSpacing(8);
     int row = 0;
@@ -175,8 +202,7 @@ QWidget *PanelKitGallery::buildControlPage()
             new Button(QStringLiteral("Show all\nspots"), Button::Compact, Button::Action));
     buttons->addStretch(1);
     grid->addLayout(buttons, row++, 0, 1, 2);
-    grid->setRowStretch(row, 1);
-    grid->setColumnStretch(1, 1);
+    closeGridPage(grid, row);
     return page;
 }
 
@@ -184,11 +210,9 @@ QWidget *PanelKitGallery::buildIndicatorPage()
 {
     auto *page = new QWidget;
     auto *layout = new QVBoxLayout(page);
-    layout->setContentsMargins(16, 8, 16, 16);
+    setPageMargins(layout);
 
-    layout->addWidget(typedLabel(QStringLiteral("Indicators"), "title"));
-    auto *lamps = new QWidget;
-    auto *flow = new FlowLayout(lamps, 0, 18, 8);
+    FlowLayout *flow = addSampleRow(layout, QStringLiteral("Indicators"), "title", 18, 8);
     const struct
     {
         const char *name;
@@ -203,19 +227,15 @@ QWidget *PanelKitGallery::buildIndicatorPage()
     auto *disabledLamp = indicatorRow(QStringLiteral("Disabled"), Indicator::Green);
     disabledLamp->setEnabled(false);
     flow->addWidget(disabledLamp);
-    layout->addWidget(lamps);
 
-    layout->addWidget(typedLabel(QStringLiteral("Buttons: sizes 1 to 6"), "heading"));
-    auto *sizes = new QWidget;
-    auto *sizeFlow = new FlowLayout(sizes, 0, 10, 10);
+    FlowLayout *sizeFlow
+            = addSampleRow(layout, QStringLiteral("Buttons: sizes 1 to 6"), "heading", 10, 10);
     for (int size = Button::Compact; size <= Button::Panel; ++size) {
         sizeFlow->addWidget(new Button(QStringLiteral("Size %1").arg(size), size, Button::Action));
     }
-    layout->addWidget(sizes);
 
-    layout->addWidget(typedLabel(QStringLiteral("Buttons: colours 0 to 4, disabled"), "heading"));
-    auto *colors = new QWidget;
-    auto *colorFlow = new FlowLayout(colors, 0, 10, 10);
+    FlowLayout *colorFlow = addSampleRow(
+            layout, QStringLiteral("Buttons: colours 0 to 4, disabled"), "heading", 10, 10);
     const char *colorNames[] = {"Neutral", "Go", "Action", "Caution", "Stop"};
     for (int color = Button::Neutral; color <= Button::Stop; ++color) {
         colorFlow->addWidget(
@@ -224,11 +244,9 @@ QWidget *PanelKitGallery::buildIndicatorPage()
     auto *disabled = new Button(QStringLiteral("Disabled"), Button::Regular, Button::Action);
     disabled->setEnabled(false);
     colorFlow->addWidget(disabled);
-    layout->addWidget(colors);
 
-    layout->addWidget(typedLabel(QStringLiteral("Indicator buttons: lamp positions"), "heading"));
-    auto *positions = new QWidget;
-    auto *positionFlow = new FlowLayout(positions, 0, 10, 10);
+    FlowLayout *positionFlow = addSampleRow(
+            layout, QStringLiteral("Indicator buttons: lamp positions"), "heading", 10, 10);
     const char *positionNames[] = {"Lamp left", "Lamp top", "Lamp right", "Lamp bottom"};
     for (int position = IndicatorButton::Left; position <= IndicatorButton::Bottom; ++position) {
         auto *button = new IndicatorButton(QString::fromLatin1(positionNames[position]), position);
@@ -236,7 +254,6 @@ QWidget *PanelKitGallery::buildIndicatorPage()
         button->setActive(position % 2 == 1);
         positionFlow->addWidget(button);
     }
-    layout->addWidget(positions);
     layout->addStretch(1);
     return page;
 }
@@ -245,7 +262,7 @@ QWidget *PanelKitGallery::buildInputPage()
 {
     auto *page = new QWidget;
     auto *grid = new QGridLayout(page);
-    grid->setContentsMargins(16, 8, 16, 16);
+    setPageMargins(grid);
     grid->setHorizontalSpacing(16);
     int row = 0;
     grid->addWidget(typedLabel(QStringLiteral("System Details"), "title"), row++, 0, 1, 2);
@@ -289,8 +306,7 @@ QWidget *PanelKitGallery::buildInputPage()
     progress->setValue(6);
     progress->setTextVisible(false);
     grid->addWidget(progress, row++, 0, 1, 2);
-    grid->setRowStretch(row, 1);
-    grid->setColumnStretch(1, 1);
+    closeGridPage(grid, row);
     return page;
 }
 
