@@ -702,10 +702,8 @@ bool TrendsPage::exportData(const QString &path)
 
 void TrendsPage::chooseExportPlot()
 {
-    const QString path = QFileDialog::getSaveFileName(
-            this, tr("Export plot"),
-            QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.png")),
-            tr("PNG image (*.png);;PDF document (*.pdf)"), nullptr, FileDialogOptions);
+    const QString path = chooseExportPath(tr("Export plot"), QStringLiteral("trends.png"),
+                                          tr("PNG image (*.png);;PDF document (*.pdf)"));
     if (!path.isEmpty()) {
         exportPlot(path);
     }
@@ -713,11 +711,17 @@ void TrendsPage::chooseExportPlot()
 
 void TrendsPage::chooseExportData()
 {
-    const QString path = QFileDialog::getSaveFileName(
-            this, tr("Export data"),
-            QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.csv")),
-            tr("CSV file (*.csv)"), nullptr, FileDialogOptions);
+    const QString path = chooseExportPath(tr("Export data"), QStringLiteral("trends.csv"),
+                                          tr("CSV file (*.csv)"));
     if (!path.isEmpty()) {
         exportData(path);
     }
+}
+
+QString TrendsPage::chooseExportPath(const QString &title, const QString &fileName,
+                                     const QString &filter)
+{
+    return QFileDialog::getSaveFileName(this, title,
+                                        QDir(RecordingSettings::folder()).filePath(fileName),
+                                        filter, nullptr, FileDialogOptions);
 }
