@@ -70,40 +70,20 @@ const PlotKind s_plotKinds[] = {
         {RecordedQuantities::TrendGroup::Power, "Output power", "W", 3, 5},
 };
 
-struct SeriesLook
-{
-    const char *name;
-    QRgb colour;
-    bool dashed;
-};
-
-// Set-points dashed in a darker shade of their oven's colour; power in the colour of its
-// wavelength as far as a screen allows.
-const SeriesLook s_looks[] = {
-        {"Measured power IR", 0x8b0000, false}, {"Measured power green", 0x1a9641, false},
-        {"Measured power UV", 0x6a3d9a, false}, {"SHG oven set-point", 0xb2182b, true},
-        {"SHG oven actual", 0xe34a33, false},   {"THG oven set-point", 0x2166ac, true},
-        {"THG oven actual", 0x4393c3, false},   {"Humidity", 0x01665e, false},
-        {"Temperature 1", 0x8c510a, false},     {"Temperature 2", 0xbf812d, false},
-        {"Temperature 3", 0x35978f, false},     {"Temperature 4", 0x80cdc1, false},
-        {"Temperature 5", 0x762a83, false},     {"Temperature 6", 0x9970ab, false},
-        {"Temperature 7", 0x5aae61, false},     {"Temperature 8", 0x7f7f7f, false},
-        {"Temperature 9", 0xd6604d, false},     {"Temperature 10", 0x4d4d4d, false},
-};
-
-SeriesLook lookOf(const char *name)
-{
-    for (const SeriesLook &look : s_looks) {
-        if (qstrcmp(look.name, name) == 0) {
-            return look;
-        }
-    }
-    return {name, 0x808080, false};
-}
-
 const RecordedQuantities::Quantity &quantityOfSeries(int series)
 {
     return RecordedQuantities::all().at(RecordedQuantities::trendIndexes().at(series));
+}
+
+int plotOfSeries(int series)
+{
+    const RecordedQuantities::TrendGroup group = quantityOfSeries(series).trend;
+    for (int i = 0; i < int(std::size(s_plotKinds)); ++i) {
+        if (s_plotKinds[i].group == group) {
+            return i;
+        }
+    }
+    return 0;
 }
 
 struct NiceScale
@@ -221,10 +201,11 @@ TrendsPage::TrendsPage(TrendsModel *model, QWidget *parent)
 
     const QStringList hidden = RecordingSettings::hiddenSeries();
     for (int series = 0; series < m_plotOfSeries.size(); ++series) {
-        const char *name = quantityOfSeries(series).name;
+        const RecordedQuantities::Quantity &quantity = quantityOfSeries(series);
+        const char *name = quantity.name;
         auto *item = new QListWidgetItem(QString::fromUtf8(name), m_seriesList);
         QPixmap swatch(12, 12);
-        swatch.fill(QColor(lookOf(name).colour));
+        swatch.fill(QColor(quantity.colour));
         item->setIcon(QIcon(swatch));
         item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable);
         const bool shown = !hidden.contains(QString::fromUtf8(name));
@@ -289,20 +270,14 @@ QVector<TrendsPage::Plot> TrendsPage::buildPlots(QWidget *area) const
     }
     for (int series = 0; series < RecordedQuantities::trendIndexes().size(); ++series) {
         const RecordedQuantities::Quantity &quantity = quantityOfSeries(series);
-        int plotIndex = 0;
-        for (int i = 0; i < int(std::size(s_plotKinds)); ++i) {
-            if (s_plotKinds[i].group == quantity.trend) {
-                plotIndex = i;
-            }
-        }
-        const SeriesLook look = lookOf(quantity.name);
         // Cosmetic one-pixel lines take the painter's fast path; wider ones cost a stroke
         // per segment, which at thousands of points a line is most of a frame.
-        QPen pen(QColor(look.colour));
+        QPen pen(QColor(quantity.colour));
         pen.setWidth(1);
         pen.setCosmetic(true);
-        pen.setStyle(look.dashed ? Qt::DashLine : Qt::SolidLine);
-        plots.at(plotIndex).lines->addLine(pen);
+        pen.setStyle(quantity.line == RecordedQuantities::Line::Dashed ? Qt::DashLine
+                                                                       : Qt::SolidLine);
+        plots.at(plotOfSeries(series)).lines->addLine(pen);
     }
     return plots;
 }
@@ -310,13 +285,7 @@ QVector<TrendsPage::Plot> TrendsPage::buildPlots(QWidget *area) const
 void TrendsPage::connectPlots()
 {
     for (int series = 0; series < RecordedQuantities::trendIndexes().size(); ++series) {
-        const RecordedQuantities::Quantity &quantity = quantityOfSeries(series);
-        int plotIndex = 0;
-        for (int i = 0; i < int(std::size(s_plotKinds)); ++i) {
-            if (s_plotKinds[i].group == quantity.trend) {
-                plotIndex = i;
-            }
-        }
+        const int plotIndex = plotOfSeries(series);
         m_plotOfSeries.append(plotIndex);
         m_lineOfSeries.append(
                 int(std::count(m_plotOfSeries.cbegin(), m_plotOfSeries.cend(), plotIndex)) - 1);
@@ -733,10 +702,8 @@ bool TrendsPage::exportData(const QString &path)
 
 void TrendsPage::chooseExportPlot()
 {
-    const QString path = QFileDialog::getSaveFileName(
-            this, tr("Export plot"),
-            QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.png")),
-            tr("PNG image (*.png);;PDF document (*.pdf)"), nullptr, FileDialogOptions);
+    const QString path = chooseExportPath(tr("Export plot"), QStringLiteral("trends.png"),
+                                          tr("PNG image (*.png);;PDF document (*.pdf)"));
     if (!path.isEmpty()) {
         exportPlot(path);
     }
@@ -744,11 +711,17 @@ void TrendsPage::chooseExportPlot()
 
 void TrendsPage::chooseExportData()
 {
-    const QString path = QFileDialog::getSaveFileName(
-            this, tr("Export data"),
-            QDir(RecordingSettings::folder()).filePath(QStringLiteral("trends.csv")),
-            tr("CSV file (*.csv)"), nullptr, FileDialogOptions);
+    const QString path = chooseExportPath(tr("Export data"), QStringLiteral("trends.csv"),
+                                          tr("CSV file (*.csv)"));
     if (!path.isEmpty()) {
         exportData(path);
     }
+}
+
+QString TrendsPage::chooseExportPath(const QString &title, const QString &fileName,
+                                     const QString &filter)
+{
+    return QFileDialog::getSaveFileName(this, title,
+                                        QDir(RecordingSettings::folder()).filePath(fileName),
+                                        filter, nullptr, FileDialogOptions);
 }

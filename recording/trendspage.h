@@ -111,6 +111,8 @@ private:
     int plotAt(const QObject *view) const;
     void setRange(qint64 start, qint64 end);
     void saveHiddenSeries() const;
+    // Asks where to export, starting in the recording folder; empty when cancelled.
+    QString chooseExportPath(const QString &title, const QString &fileName, const QString &filter);
     TrendLinesItem *linesOf(int series) const;
 
     TrendsModel *m_model = nullptr;

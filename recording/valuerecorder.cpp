@@ -1,6 +1,5 @@
 #include "valuerecorder.h"
 
-#include "quantitytap.h"
 #include "recordedquantities.h"
 #include "velutracontroller.h"
 #include "velutraresponsedecoder.h"
@@ -8,11 +7,12 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
-#include <QMetaMethod>
 #include <QTimer>
 
 #include <cmath>
+#include <iterator>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -21,31 +21,6 @@ static constexpr char TimeHeader[] = "Time";
 static constexpr char LineEnd[] = "\r\n";
 static constexpr int SuffixDigits = 4;
 
-int findSignal(const QMetaObject *meta, const char *name)
-{
-    for (int i = 0; i < meta->methodCount(); ++i) {
-        const QMetaMethod method = meta->method(i);
-        if (method.methodType() == QMetaMethod::Signal && method.parameterCount() == 1
-            && method.name() == name) {
-            return i;
-        }
-    }
-    return -1;
-}
-
-int findTapSlot(const QByteArray &typeName)
-{
-    const QMetaObject &meta = QuantityTap::staticMetaObject;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-        const QMetaMethod method = meta.method(i);
-        if (method.methodType() == QMetaMethod::Slot && method.parameterCount() == 1
-            && method.parameterTypes().constFirst() == typeName) {
-            return i;
-        }
-    }
-    return -1;
-}
-
 } // namespace
 
 ValueRecorder::ValueRecorder(QObject *parent)
@@ -53,24 +28,8 @@ ValueRecorder::ValueRecorder(QObject *parent)
     , m_values(RecordedQuantities::count(), NotReported)
     , m_reported(RecordedQuantities::count(), NotReported)
     , m_absenceValues(RecordedQuantities::count(), {NotReported, NotReported, NotReported})
-    , m_absenceTaps(RecordedQuantities::count(), {nullptr, nullptr, nullptr})
     , m_timer(new QTimer(this))
 {
-    const QVector<RecordedQuantities::Quantity> &quantities = RecordedQuantities::all();
-    for (int i = 0; i < quantities.size(); ++i) {
-        m_taps.append(new QuantityTap(
-                i, [this](int quantity, double value) { setValue(quantity, value); }, this));
-        for (int signal = 0; signal < int(m_absenceTaps[i].size()); ++signal) {
-            if (quantities.at(i).absentWhenZero[signal]) {
-                m_absenceTaps[i][signal] = new QuantityTap(
-                        i,
-                        [this, signal](int quantity, double value) {
-                            setAbsenceValue(quantity, signal, value);
-                        },
-                        this);
-            }
-        }
-    }
     m_timer->setInterval(DefaultIntervalMs);
     connect(m_timer, &QTimer::timeout, this, &ValueRecorder::recordRow);
     m_timer->start();
@@ -99,15 +58,20 @@ QStringList ValueRecorder::attachSources(QObject *decoder, QObject *controller)
     const QVector<RecordedQuantities::Quantity> &quantities = RecordedQuantities::all();
     for (int i = 0; i < quantities.size(); ++i) {
         const RecordedQuantities::Quantity &quantity = quantities.at(i);
-        QObject *sender
-                = quantity.source == RecordedQuantities::Source::Decoder ? decoder : controller;
+        QObject *sender = quantity.signal.source == RecordedQuantities::Source::Decoder
+                                  ? decoder
+                                  : controller;
         if (!sender) {
             continue;
         }
-        connectTap(sender, quantity.signal, m_taps.at(i), &missing);
-        for (int signal = 0; signal < int(m_absenceTaps.at(i).size()); ++signal) {
-            if (QuantityTap *tap = m_absenceTaps.at(i).at(signal)) {
-                connectTap(sender, quantity.absentWhenZero[signal], tap, &missing);
+        connectTap(
+                sender, quantity.signal, [this, i](double value) { setValue(i, value); }, &missing);
+        for (int signal = 0; signal < int(std::size(quantity.absentWhenZero)); ++signal) {
+            if (const RecordedQuantities::Tap &tap = quantity.absentWhenZero[signal]) {
+                connectTap(
+                        sender, tap,
+                        [this, i, signal](double value) { setAbsenceValue(i, signal, value); },
+                        &missing);
             }
         }
     }
@@ -118,21 +82,15 @@ QStringList ValueRecorder::attachSources(QObject *decoder, QObject *controller)
     return missing;
 }
 
-void ValueRecorder::connectTap(QObject *sender, const char *signal, QuantityTap *tap,
-                               QStringList *missing)
+void ValueRecorder::connectTap(QObject *sender, const RecordedQuantities::Tap &tap,
+                               RecordedQuantities::ValueSink sink, QStringList *missing)
 {
-    const int signalIndex = findSignal(sender->metaObject(), signal);
-    const int slotIndex = signalIndex < 0 ? -1
-                                          : findTapSlot(sender->metaObject()
-                                                                ->method(signalIndex)
-                                                                .parameterTypes()
-                                                                .constFirst());
-    if (slotIndex < 0) {
-        missing->append(QString::fromLatin1(signal));
+    const QMetaObject::Connection connection = tap.connect(sender, this, std::move(sink));
+    if (!connection) {
+        missing->append(QString::fromLatin1(tap.name()));
         return;
     }
-    m_connections.append(connect(sender, sender->metaObject()->method(signalIndex), tap,
-                                 QuantityTap::staticMetaObject.method(slotIndex)));
+    m_connections.append(connection);
 }
 
 int ValueRecorder::intervalMs() const

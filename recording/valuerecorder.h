@@ -1,6 +1,8 @@
 #ifndef VALUERECORDER_H
 #define VALUERECORDER_H
 
+#include "recordedquantities.h"
+
 #include <QDate>
 #include <QFile>
 #include <QList>
@@ -13,7 +15,6 @@
 #include <array>
 
 class QTimer;
-class QuantityTap;
 class VelutraController;
 
 // Keeps the latest value of every recorded quantity (see RecordedQuantities) and, once per
@@ -46,8 +47,8 @@ public:
     // Listens to the controller's decoder and to the controller, instead of any earlier
     // ones; the values heard so far stay until the link reports down.
     void attach(VelutraController *controller);
-    // The same with any two objects; returns the names of the table's signals that were not
-    // found (empty when the table and the classes agree).
+    // The same with any two objects; returns the names of the table's signals that could not
+    // be connected because an object is not of the class that sends them.
     QStringList attachSources(QObject *decoder, QObject *controller);
 
     int intervalMs() const;
@@ -87,7 +88,8 @@ private:
     void setValue(int quantity, double value);
     void setAbsenceValue(int quantity, int signal, double value);
     bool isAbsent(int quantity) const;
-    void connectTap(QObject *sender, const char *signal, QuantityTap *tap, QStringList *missing);
+    void connectTap(QObject *sender, const RecordedQuantities::Tap &tap,
+                    RecordedQuantities::ValueSink sink, QStringList *missing);
     bool openNext(const QDate &day);
     bool writeText(const QByteArray &bytes);
     void failAndStop(const QString &what);
@@ -97,9 +99,6 @@ private:
     QVector<double> m_reported;
     // Per quantity, the last values of its absentWhenZero signals; NaN until reported.
     QVector<std::array<double, 3>> m_absenceValues;
-    QList<QuantityTap *> m_taps;
-    // Per quantity, one tap for each of its absentWhenZero signals (null where it has none).
-    QVector<std::array<QuantityTap *, 3>> m_absenceTaps;
     QList<QMetaObject::Connection> m_connections;
     QTimer *m_timer = nullptr;
     qint64 m_maximumFileBytes = DefaultMaximumFileBytes;

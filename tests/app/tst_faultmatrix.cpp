@@ -13,6 +13,7 @@
 #include "logger.h"
 #include "mainwindow.h"
 #include "serialportlist.h"
+#include "simulatorsession.h"
 #include "velutracontroller.h"
 #include "velutraresponsedecoder.h"
 
@@ -225,28 +226,20 @@ bool TestFaultMatrix::startProgram()
         }
     });
     // Unpaced and fast: what is tested here is the program, not the line's speed.
-    m_simulator->start(QStringLiteral(VELUTRA_SIM_BINARY),
-                       {QStringLiteral("--module"), QStringLiteral("0x93"),
-                        QStringLiteral("--no-pacing"), QStringLiteral("--speed"),
-                        QStringLiteral("10"), QStringLiteral("--no-control-socket"),
-                        QStringLiteral("--trace"), m_traceFile});
-    if (!m_simulator->waitForStarted(10000)) {
-        return false;
-    }
-    QElapsedTimer clock;
-    clock.start();
-    while (!m_simulator->canReadLine() && clock.elapsed() < 10000) {
-        m_simulator->waitForReadyRead(100);
-    }
-    m_port = QString::fromLocal8Bit(m_simulator->readLine()).trimmed();
-    if (m_port.isEmpty()) {
+    if (!startSimulatorProcess(*m_simulator,
+                               {QStringLiteral("--module"), QStringLiteral("0x93"),
+                                QStringLiteral("--no-pacing"), QStringLiteral("--speed"),
+                                QStringLiteral("10"), QStringLiteral("--no-control-socket"),
+                                QStringLiteral("--trace"), m_traceFile},
+                               &m_port)) {
         return false;
     }
 
     m_window = std::make_unique<MainWindow>();
     m_window->show();
     m_window->connectToPort(m_port);
-    clock.restart();
+    QElapsedTimer clock;
+    clock.start();
     while (!isPolling() && clock.elapsed() < RecoveryTimeoutMs) {
         QTest::qWait(50);
     }
@@ -256,12 +249,8 @@ bool TestFaultMatrix::startProgram()
 void TestFaultMatrix::stopProgram()
 {
     m_window.reset();
-    if (m_simulator && m_simulator->state() != QProcess::NotRunning) {
-        m_simulator->terminate();
-        if (!m_simulator->waitForFinished(5000)) {
-            m_simulator->kill();
-            m_simulator->waitForFinished(5000);
-        }
+    if (m_simulator) {
+        stopSimulatorProcess(*m_simulator);
     }
     m_simulator.reset();
 }

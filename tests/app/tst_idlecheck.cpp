@@ -6,6 +6,8 @@
 //
 // VELUTRA_IDLE_SECONDS changes the length (default 60).
 
+#include "simulatorsession.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -107,14 +109,13 @@ private slots:
         // Real time and the real byte rate: a churn step every second, so every kind of
         // change comes round ten times a minute.
         m_simulator.setProcessEnvironment(environment());
-        m_simulator.start(QStringLiteral(VELUTRA_SIM_BINARY),
-                          {QStringLiteral("--module"), QStringLiteral("0x93"),
-                           QStringLiteral("--churn"), QStringLiteral("1"),
-                           QStringLiteral("--debug-output"), QStringLiteral("--trace"),
-                           m_home.filePath(QStringLiteral("trace.txt"))});
-        QVERIFY(m_simulator.waitForStarted(10000));
-        QTRY_VERIFY_WITH_TIMEOUT(m_simulator.canReadLine(), 10000);
-        const QString port = QString::fromLocal8Bit(m_simulator.readLine()).trimmed();
+        QString port;
+        QVERIFY(startSimulatorProcess(m_simulator,
+                                      {QStringLiteral("--module"), QStringLiteral("0x93"),
+                                       QStringLiteral("--churn"), QStringLiteral("1"),
+                                       QStringLiteral("--debug-output"), QStringLiteral("--trace"),
+                                       m_home.filePath(QStringLiteral("trace.txt"))},
+                                      &port));
         QVERIFY(port.startsWith(QLatin1Char('/')));
 
         m_program.setProcessEnvironment(environment());

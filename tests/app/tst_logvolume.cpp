@@ -2,6 +2,9 @@
 // device, a device that sends lines nobody knows, and which debug traces --verbose and
 // QT_LOGGING_RULES switch on. Each run is the real velutra-xp against the real velutra-sim,
 // in a private home of its own, so its daily log file holds only its own lines.
+
+#include "simulatorsession.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -60,20 +63,13 @@ struct Run
         QFile::setPermissions(path(QStringLiteral("runtime")),
                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         simulator.setProcessEnvironment(environment(QString()));
-        simulator.start(QStringLiteral(VELUTRA_SIM_BINARY),
-                        QStringList{QStringLiteral("--module"), QStringLiteral("0x93"),
-                                    QStringLiteral("--trace"), path(QStringLiteral("trace.txt"))}
-                                + faults);
-        if (!simulator.waitForStarted(StartTimeoutMs)) {
-            return false;
-        }
-        QElapsedTimer clock;
-        clock.start();
-        while (!simulator.canReadLine() && clock.elapsed() < StartTimeoutMs) {
-            simulator.waitForReadyRead(100);
-        }
-        port = QString::fromLocal8Bit(simulator.readLine()).trimmed();
-        return port.startsWith(QLatin1Char('/'));
+        return startSimulatorProcess(simulator,
+                                     QStringList{QStringLiteral("--module"), QStringLiteral("0x93"),
+                                                 QStringLiteral("--trace"),
+                                                 path(QStringLiteral("trace.txt"))}
+                                             + faults,
+                                     &port)
+               && port.startsWith(QLatin1Char('/'));
     }
 
     bool startProgram(const QStringList &options, const QString &loggingRules = QString())

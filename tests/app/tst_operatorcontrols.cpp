@@ -12,7 +12,7 @@
 #include "reconnecttesthome.h"
 #include "scaleslider.h"
 #include "serialportlist.h"
-#include "simprocess.h"
+#include "simulatorsession.h"
 #include "velutracontroller.h"
 #include "velutraview.h"
 
@@ -124,12 +124,8 @@ void TestOperatorControls::initTestCase()
 void TestOperatorControls::cleanup()
 {
     m_window.reset();
-    if (m_simulator && m_simulator->state() != QProcess::NotRunning) {
-        m_simulator->terminate();
-        if (!m_simulator->waitForFinished(5000)) {
-            m_simulator->kill();
-            m_simulator->waitForFinished(5000);
-        }
+    if (m_simulator) {
+        stopSimulatorProcess(*m_simulator);
     }
     m_simulator.reset();
 }

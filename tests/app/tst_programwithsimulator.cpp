@@ -1,3 +1,5 @@
+#include "simulatorsession.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -36,13 +38,11 @@ private slots:
                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 
         m_simulator.setProcessEnvironment(environment());
-        m_simulator.start(QStringLiteral(VELUTRA_SIM_BINARY),
-                          {QStringLiteral("--module"), QStringLiteral("0x93"),
-                           QStringLiteral("--trace"),
-                           m_home.filePath(QStringLiteral("trace.txt"))});
-        QVERIFY(m_simulator.waitForStarted(10000));
-        QTRY_VERIFY_WITH_TIMEOUT(m_simulator.canReadLine(), 10000);
-        m_port = QString::fromLocal8Bit(m_simulator.readLine()).trimmed();
+        QVERIFY(startSimulatorProcess(m_simulator,
+                                      {QStringLiteral("--module"), QStringLiteral("0x93"),
+                                       QStringLiteral("--trace"),
+                                       m_home.filePath(QStringLiteral("trace.txt"))},
+                                      &m_port));
         QVERIFY(m_port.startsWith(QLatin1Char('/')));
     }
 

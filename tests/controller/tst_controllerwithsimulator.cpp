@@ -3,7 +3,7 @@
 // operator action puts there, and that the program puts nothing there on its own.
 
 #include "maincontrolpanel.h"
-#include "simprocess.h"
+#include "simulatorsession.h"
 #include "velutracontroller.h"
 #include "velutraserialhandler.h"
 
@@ -97,13 +97,7 @@ void TestControllerWithSimulator::cleanup()
         m_handler = nullptr;
         m_thread = nullptr;
     }
-    if (m_simulator->state() != QProcess::NotRunning) {
-        m_simulator->terminate();
-        if (!m_simulator->waitForFinished(5000)) {
-            m_simulator->kill();
-            m_simulator->waitForFinished(5000);
-        }
-    }
+    stopSimulatorProcess(*m_simulator);
     m_simulator.reset();
 }
 

@@ -285,7 +285,7 @@ void TestRecordingUnits::everyQuantityFindsItsSignal()
     int signalCount = 0;
     for (const RecordedQuantities::Quantity &quantity : RecordedQuantities::all()) {
         ++signalCount;
-        for (const char *signal : quantity.absentWhenZero) {
+        for (const RecordedQuantities::Tap &signal : quantity.absentWhenZero) {
             signalCount += signal ? 1 : 0;
         }
     }

@@ -5,7 +5,7 @@
 #include "csvcheck.h"
 #include "recordedquantities.h"
 #include "recordingservice.h"
-#include "simprocess.h"
+#include "simulatorsession.h"
 #include "trafficlogwriter.h"
 #include "trendsmodel.h"
 #include "trendspage.h"
@@ -189,12 +189,8 @@ void TestRecordingWithSimulator::cleanup()
         m_thread = nullptr;
     }
     m_recording.reset();
-    if (m_simulator && m_simulator->state() != QProcess::NotRunning) {
-        m_simulator->terminate();
-        if (!m_simulator->waitForFinished(5000)) {
-            m_simulator->kill();
-            m_simulator->waitForFinished(5000);
-        }
+    if (m_simulator) {
+        stopSimulatorProcess(*m_simulator);
     }
     m_simulator.reset();
     m_open = false;

@@ -2,22 +2,16 @@
 // executable: the handshake completes, a whole polling cycle decodes without a
 // single parsing error, and an unplugged virtual laser is survived.
 
+#include "simulatorsession.h"
 #include "velutraresponsedecoder.h"
 #include "velutraserialhandler.h"
 
 #include <QElapsedTimer>
-#include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTest>
 #include <QThread>
 
-#include <cstring>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include <memory>
 
 class TestEndToEnd : public QObject
 {
@@ -36,25 +30,16 @@ private slots:
     void unpluggedLaserIsSurvived();
 
 private:
-    bool startSimulator(const QStringList &arguments);
     void startHandler();
-    QByteArray control(const QByteArray &command);
 
-    QProcess *m_simulator = nullptr;
-    QString m_port;
+    std::unique_ptr<SimulatorSession> m_simulator;
     QThread *m_thread = nullptr;
     VelutraSerialHandler *m_handler = nullptr;
 };
 
-namespace {
-
-const QString s_executable = QStringLiteral(VELUTRA_SIM_EXECUTABLE);
-
-} // namespace
-
 void TestEndToEnd::init()
 {
-    m_simulator = new QProcess(this);
+    m_simulator = std::make_unique<SimulatorSession>();
 }
 
 void TestEndToEnd::cleanup()
@@ -67,30 +52,7 @@ void TestEndToEnd::cleanup()
         m_handler = nullptr;
         m_thread = nullptr;
     }
-    if (m_simulator->state() != QProcess::NotRunning) {
-        m_simulator->terminate();
-        if (!m_simulator->waitForFinished(5000)) {
-            m_simulator->kill();
-            m_simulator->waitForFinished(5000);
-        }
-    }
-    delete m_simulator;
-    m_simulator = nullptr;
-}
-
-bool TestEndToEnd::startSimulator(const QStringList &arguments)
-{
-    m_simulator->start(s_executable, arguments);
-    if (!m_simulator->waitForStarted(5000)) {
-        return false;
-    }
-    QElapsedTimer timer;
-    timer.start();
-    while (!m_simulator->canReadLine() && timer.elapsed() < 10000) {
-        m_simulator->waitForReadyRead(100);
-    }
-    m_port = QString::fromLocal8Bit(m_simulator->readLine()).trimmed();
-    return !m_port.isEmpty();
+    m_simulator.reset();
 }
 
 void TestEndToEnd::startHandler()
@@ -109,39 +71,10 @@ void TestEndToEnd::startHandler()
     m_thread->start();
 }
 
-QByteArray TestEndToEnd::control(const QByteArray &command)
-{
-    const QString path
-            = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)
-              + QStringLiteral("/velutra-xp/velutra-sim-%1.sock").arg(m_simulator->processId());
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray name = QFile::encodeName(path);
-    std::memcpy(address.sun_path, name.constData(),
-                size_t(qMin<int>(name.size(), sizeof address.sun_path - 1)));
-    QByteArray answer;
-    if (::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0) {
-        const QByteArray line = command + '\n';
-        if (::write(fd, line.constData(), size_t(line.size())) == line.size()) {
-            pollfd poller{fd, POLLIN, 0};
-            if (::poll(&poller, 1, 5000) > 0) {
-                char buffer[512];
-                const ssize_t count = ::read(fd, buffer, sizeof buffer);
-                if (count > 0) {
-                    answer = QByteArray(buffer, int(count)).trimmed();
-                }
-            }
-        }
-    }
-    ::close(fd);
-    return answer;
-}
-
 void TestEndToEnd::handshakeReachesConnected()
 {
     // Real pacing and real delays: exactly what the program meets on a real line.
-    QVERIFY(startSimulator({QStringLiteral("--module"), QStringLiteral("0x93")}));
+    QVERIFY(m_simulator->start({QStringLiteral("--module"), QStringLiteral("0x93")}));
     startHandler();
     QSignalSpy connected(m_handler, &VelutraSerialHandler::sigConnectedStatus);
     QSignalSpy opened(m_handler, &VelutraSerialHandler::sigCommunicationOpened);
@@ -149,9 +82,9 @@ void TestEndToEnd::handshakeReachesConnected()
 
     QElapsedTimer clock;
     clock.start();
-    emit sigOpenCommunication(m_port);
+    emit sigOpenCommunication(m_simulator->port());
     QTRY_COMPARE_WITH_TIMEOUT(opened.count(), 1, 5000);
-    QCOMPARE(opened.first().first().toString(), m_port);
+    QCOMPARE(opened.first().first().toString(), m_simulator->port());
     QTRY_VERIFY_WITH_TIMEOUT(!connected.isEmpty() && connected.last().first().toBool(), 20000);
     QVERIFY2(clock.elapsed() >= 2000,
              qPrintable(QString::number(clock.elapsed()))); // the settle time
@@ -170,9 +103,9 @@ void TestEndToEnd::handshakeReachesConnected()
 
 void TestEndToEnd::pollingCycleDecodesCleanly()
 {
-    QVERIFY(startSimulator({QStringLiteral("--module"), QStringLiteral("0x93"),
-                            QStringLiteral("--no-pacing"), QStringLiteral("--speed"),
-                            QStringLiteral("20")}));
+    QVERIFY(m_simulator->start({QStringLiteral("--module"), QStringLiteral("0x93"),
+                                QStringLiteral("--no-pacing"), QStringLiteral("--speed"),
+                                QStringLiteral("20")}));
     startHandler();
     VelutraResponseDecoder decoder;
     connect(m_handler, &VelutraSerialHandler::sigLineReceived, &decoder,
@@ -228,7 +161,7 @@ void TestEndToEnd::pollingCycleDecodesCleanly()
     for (const QString &command : settings) {
         emit sigAppendSettingsCommand(command);
     }
-    emit sigOpenCommunication(m_port);
+    emit sigOpenCommunication(m_simulator->port());
     QTRY_VERIFY_WITH_TIMEOUT(!connected.isEmpty() && connected.last().first().toBool(), 20000);
 
     // Listen -> standby takes 6 s of device time, 300 ms at speed 20; give it several cycles.
@@ -260,20 +193,20 @@ void TestEndToEnd::pollingCycleDecodesCleanly()
 
 void TestEndToEnd::unpluggedLaserIsSurvived()
 {
-    QVERIFY(startSimulator(
+    QVERIFY(m_simulator->start(
             {QStringLiteral("--module"), QStringLiteral("0x86"), QStringLiteral("--no-pacing")}));
     startHandler();
     QSignalSpy connected(m_handler, &VelutraSerialHandler::sigConnectedStatus);
     QSignalSpy closed(m_handler, &VelutraSerialHandler::sigCommunicationClosed);
     emit sigAddMonitorCommand(QStringLiteral("s7\n"));
-    emit sigOpenCommunication(m_port);
+    emit sigOpenCommunication(m_simulator->port());
     QTRY_VERIFY_WITH_TIMEOUT(!connected.isEmpty() && connected.last().first().toBool(), 20000);
 
-    QCOMPARE(control("unplug"), QByteArray("ok"));
+    QCOMPARE(m_simulator->controlBySocket("unplug"), QByteArray("ok"));
     QTRY_COMPARE_WITH_TIMEOUT(closed.count(), 1, 5000);
 
     // Plugged in again, the same handler connects to the new port.
-    const QByteArray answer = control("replug");
+    const QByteArray answer = m_simulator->controlBySocket("replug");
     QVERIFY2(answer.startsWith("ok "), answer.constData());
     connected.clear();
     emit sigOpenCommunication(QString::fromLatin1(answer.mid(3)));

@@ -3,7 +3,7 @@
 // plugged back in under another name.
 
 #include "serialportlist.h"
-#include "simprocess.h"
+#include "simulatorsession.h"
 #include "velutrasimoptions.h"
 
 #include <QDir>
@@ -13,40 +13,6 @@
 #include <QTest>
 
 namespace {
-
-struct ProcessGuard
-{
-    QProcess &process;
-    ~ProcessGuard()
-    {
-        if (process.state() != QProcess::NotRunning) {
-            process.terminate();
-            if (!process.waitForFinished(3000)) {
-                process.kill();
-                process.waitForFinished(3000);
-            }
-        }
-    }
-};
-
-QByteArray controlAnswer(QProcess &process, const QByteArray &command)
-{
-    process.write(command + '\n');
-    QByteArray errors;
-    QElapsedTimer clock;
-    clock.start();
-    while (clock.elapsed() < 10000) {
-        process.waitForReadyRead(50);
-        errors += process.readAllStandardError();
-        const QList<QByteArray> lines = errors.split('\n');
-        for (const QByteArray &line : lines) {
-            if (line.startsWith("ok") || line.startsWith("error")) {
-                return line;
-            }
-        }
-    }
-    return QByteArray();
-}
 
 SerialportList::PortEntry listedEntry(const QString &name, bool *found)
 {
@@ -126,19 +92,14 @@ private slots:
     void advertisedLikeAUsbAdapterUnderEveryName()
     {
         const QString first = m_folder.filePath(QStringLiteral("ttyUSB0"));
-        QProcess process;
-        ProcessGuard guard{process};
-        QString port;
-        QVERIFY(startSimulatorProcess(process,
-                                      {QStringLiteral("--no-pacing"), QStringLiteral("--link"),
-                                       first, QStringLiteral("--serial-number"),
-                                       QStringLiteral("FT-A1B2C3"), QStringLiteral("--usb-id"),
-                                       QStringLiteral("0403:6001")},
-                                      &port));
-        QCOMPARE(port, first);
+        SimulatorSession laser;
+        QVERIFY(laser.start({QStringLiteral("--no-pacing"), QStringLiteral("--link"), first,
+                             QStringLiteral("--serial-number"), QStringLiteral("FT-A1B2C3"),
+                             QStringLiteral("--usb-id"), QStringLiteral("0403:6001")}));
+        QCOMPARE(laser.port(), first);
 
         QFile advert(SerialportList::advertisedPortsFolder()
-                     + QStringLiteral("/velutra-sim-%1.port").arg(process.processId()));
+                     + QStringLiteral("/velutra-sim-%1.port").arg(laser.processId()));
         QVERIFY(advert.open(QIODevice::ReadOnly));
         const QByteArray text = advert.readAll();
         QVERIFY2(text.contains("\nserial-number=FT-A1B2C3\n"), text.constData());
@@ -155,11 +116,10 @@ private slots:
         QCOMPARE(SerialportList::entryFor(first).serialNumber, QStringLiteral("FT-A1B2C3"));
 
         // Pulled out and put back under another name: the old one is gone, the identity stays.
-        QCOMPARE(controlAnswer(process, "unplug"), QByteArray("ok"));
+        QCOMPARE(laser.control("unplug"), QByteArray("ok"));
         QVERIFY(!QFileInfo::exists(first));
         const QString second = m_folder.filePath(QStringLiteral("ttyUSB1"));
-        QCOMPARE(controlAnswer(process, "replug " + second.toLocal8Bit()),
-                 "ok " + second.toLocal8Bit());
+        QCOMPARE(laser.control("replug " + second.toLocal8Bit()), "ok " + second.toLocal8Bit());
         listedEntry(first, &found);
         QVERIFY(!found);
         entry = listedEntry(second, &found);
@@ -170,12 +130,10 @@ private slots:
 
     void plainVirtualLaserHasNoUsbIdentity()
     {
-        QProcess process;
-        ProcessGuard guard{process};
-        QString port;
-        QVERIFY(startSimulatorProcess(process, {QStringLiteral("--no-pacing")}, &port));
+        SimulatorSession laser;
+        QVERIFY(laser.start({QStringLiteral("--no-pacing")}));
         bool found = false;
-        const SerialportList::PortEntry entry = listedEntry(port, &found);
+        const SerialportList::PortEntry entry = listedEntry(laser.port(), &found);
         QVERIFY(found);
         QVERIFY(entry.serialNumber.isEmpty());
         QVERIFY(!entry.hasUsbIdentifiers);

@@ -1,8 +1,8 @@
 // The real velutra-sim executable: its first line, its advertisement, its control
 // channels, its trace, its default pacing and its clean exit on a signal.
 
-#include "simprocess.h"
 #include "simtestclient.h"
+#include "simulatorsession.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,16 +10,10 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
-#include <cstring>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 class TestSimExecutable : public QObject
 {
@@ -42,79 +36,9 @@ private slots:
 
 namespace {
 
-const QString s_executable = QStringLiteral(VELUTRA_SIM_EXECUTABLE);
-
-QString runtimeFolder()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)
-           + QStringLiteral("/velutra-xp");
-}
-
-QString advertFor(qint64 pid)
-{
-    return runtimeFolder() + QStringLiteral("/ports/velutra-sim-%1.port").arg(pid);
-}
-
-QString socketFor(qint64 pid)
-{
-    return runtimeFolder() + QStringLiteral("/velutra-sim-%1.sock").arg(pid);
-}
-
-// One control command through the Unix-domain socket; returns the answer line.
-QByteArray control(const QString &socketPath, const QByteArray &command)
-{
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray path = QFile::encodeName(socketPath);
-    std::memcpy(address.sun_path, path.constData(),
-                size_t(qMin<int>(path.size(), sizeof address.sun_path - 1)));
-    if (::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
-        ::close(fd);
-        return QByteArray("connect failed");
-    }
-    const QByteArray line = command + '\n';
-    if (::write(fd, line.constData(), size_t(line.size())) != line.size()) {
-        ::close(fd);
-        return QByteArray("write failed");
-    }
-    QByteArray answer;
-    QElapsedTimer timer;
-    timer.start();
-    while (!answer.endsWith('\n') && timer.elapsed() < 5000) {
-        pollfd poller{fd, POLLIN, 0};
-        if (::poll(&poller, 1, 100) > 0) {
-            char buffer[512];
-            const ssize_t count = ::read(fd, buffer, sizeof buffer);
-            if (count <= 0) {
-                break;
-            }
-            answer += QByteArray(buffer, int(count));
-        }
-    }
-    ::close(fd);
-    return answer.trimmed();
-}
-
-// Never leaves a simulator behind, whatever a failed check skipped.
-struct ProcessGuard
-{
-    QProcess &process;
-    ~ProcessGuard()
-    {
-        if (process.state() != QProcess::NotRunning) {
-            process.terminate();
-            if (!process.waitForFinished(3000)) {
-                process.kill();
-                process.waitForFinished(3000);
-            }
-        }
-    }
-};
-
 QByteArray readAdvert(qint64 pid)
 {
-    QFile file(advertFor(pid));
+    QFile file(SimulatorSession::advertPath(pid));
     if (!file.open(QIODevice::ReadOnly)) {
         return QByteArray();
     }
@@ -126,7 +50,7 @@ QByteArray readAdvert(qint64 pid)
 void TestSimExecutable::helpAndBadOptions()
 {
     QProcess help;
-    help.start(s_executable, {QStringLiteral("--help")});
+    help.start(SimulatorSession::executable(), {QStringLiteral("--help")});
     QVERIFY(help.waitForFinished(10000));
     QCOMPARE(help.exitCode(), 0);
     const QByteArray text = help.readAllStandardOutput();
@@ -155,8 +79,8 @@ void TestSimExecutable::helpAndBadOptions()
                                     {QStringLiteral("surplus")}};
     for (const QStringList &arguments : bad) {
         QProcess process;
-        ProcessGuard guard{process};
-        process.start(s_executable, arguments);
+        SimulatorProcessGuard guard{process};
+        process.start(SimulatorSession::executable(), arguments);
         QVERIFY(process.waitForFinished(10000));
         QCOMPARE(process.exitCode(), 2);
         QVERIFY(process.readAllStandardOutput().isEmpty());
@@ -170,7 +94,7 @@ void TestSimExecutable::printsAdvertisesAndCleansUpOnSigterm()
     QVERIFY(folder.isValid());
     const QString link = folder.filePath(QStringLiteral("laser"));
     QProcess process;
-    ProcessGuard guard{process};
+    SimulatorProcessGuard guard{process};
     QString port;
     QVERIFY(startSimulatorProcess(
             process, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
@@ -186,10 +110,10 @@ void TestSimExecutable::printsAdvertisesAndCleansUpOnSigterm()
                              .arg(link)
                              .arg(pid)
                              .toUtf8());
-    QVERIFY(QFileInfo::exists(socketFor(pid)));
+    QVERIFY(QFileInfo::exists(SimulatorSession::socketPath(pid)));
     // Nothing but the advertisement itself stays in the ports folder (the write is atomic).
-    const QStringList entries
-            = QDir(runtimeFolder() + QStringLiteral("/ports")).entryList(QDir::Files);
+    const QStringList entries = QDir(SimulatorSession::runtimeFolder() + QStringLiteral("/ports"))
+                                        .entryList(QDir::Files);
     QVERIFY(entries.contains(QStringLiteral("velutra-sim-%1.port").arg(pid)));
     for (const QString &entry : entries) {
         QVERIFY2(entry.endsWith(QLatin1String(".port")), qPrintable(entry));
@@ -210,8 +134,8 @@ void TestSimExecutable::printsAdvertisesAndCleansUpOnSigterm()
     QVERIFY(process.waitForFinished(10000));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
-    QVERIFY(!QFileInfo::exists(advertFor(pid)));
-    QVERIFY(!QFileInfo::exists(socketFor(pid)));
+    QVERIFY(!QFileInfo::exists(SimulatorSession::advertPath(pid)));
+    QVERIFY(!QFileInfo::exists(SimulatorSession::socketPath(pid)));
     QVERIFY(!QFileInfo(link).isSymLink());
     QVERIFY(process.readAllStandardOutput().isEmpty()); // nothing after the port name
 }
@@ -219,7 +143,7 @@ void TestSimExecutable::printsAdvertisesAndCleansUpOnSigterm()
 void TestSimExecutable::controlSocketUnplugReplugQuit()
 {
     QProcess process;
-    ProcessGuard guard{process};
+    SimulatorProcessGuard guard{process};
     QString port;
     QVERIFY(startSimulatorProcess(process,
                                   {QStringLiteral("--no-pacing"), QStringLiteral("--module"),
@@ -230,17 +154,17 @@ void TestSimExecutable::controlSocketUnplugReplugQuit()
     QVERIFY(port.startsWith(QLatin1String("/dev/pts/")));
     QVERIFY(readAdvert(pid).contains(
             "description=Virtual laser Velutra-3, harmonic module 0x86 (velutra-sim "));
-    const QString socket = socketFor(pid);
+    const QString socket = SimulatorSession::socketPath(pid);
     QVERIFY(QFileInfo::exists(socket));
-    QVERIFY(control(socket, "status")
+    QVERIFY(controlSimulatorSocket(socket, "status")
                     .startsWith("state=listen status=9 module=0x86 plugged=yes port="
                                 + port.toLatin1()));
 
-    QCOMPARE(control(socket, "unplug"), QByteArray("ok"));
-    QVERIFY(!QFileInfo::exists(advertFor(pid)));
-    QVERIFY(control(socket, "status").contains("plugged=no"));
+    QCOMPARE(controlSimulatorSocket(socket, "unplug"), QByteArray("ok"));
+    QVERIFY(!QFileInfo::exists(SimulatorSession::advertPath(pid)));
+    QVERIFY(controlSimulatorSocket(socket, "status").contains("plugged=no"));
 
-    const QByteArray answer = control(socket, "replug");
+    const QByteArray answer = controlSimulatorSocket(socket, "replug");
     QVERIFY2(answer.startsWith("ok /dev/pts/"), answer.constData());
     const QString newPort = QString::fromLatin1(answer.mid(3));
     QTRY_VERIFY_WITH_TIMEOUT(process.canReadLine(), 5000);
@@ -254,10 +178,10 @@ void TestSimExecutable::controlSocketUnplugReplugQuit()
                  QByteArray("ls_output_config?\nZEL HG WL output config: 0x03\n"));
     }
 
-    QCOMPARE(control(socket, "quit"), QByteArray("ok"));
+    QCOMPARE(controlSimulatorSocket(socket, "quit"), QByteArray("ok"));
     QVERIFY(process.waitForFinished(10000));
     QCOMPARE(process.exitCode(), 0);
-    QVERIFY(!QFileInfo::exists(advertFor(pid)));
+    QVERIFY(!QFileInfo::exists(SimulatorSession::advertPath(pid)));
     QVERIFY(!QFileInfo::exists(socket));
     QVERIFY(process.readAllStandardError().contains("velutra-sim: unplugged"));
 }
@@ -265,13 +189,13 @@ void TestSimExecutable::controlSocketUnplugReplugQuit()
 void TestSimExecutable::standardInputControlAndSigint()
 {
     QProcess process;
-    ProcessGuard guard{process};
+    SimulatorProcessGuard guard{process};
     QString port;
     QVERIFY(startSimulatorProcess(
             process, {QStringLiteral("--no-pacing"), QStringLiteral("--no-control-socket")},
             &port));
     const qint64 pid = process.processId();
-    QVERIFY(!QFileInfo::exists(socketFor(pid)));
+    QVERIFY(!QFileInfo::exists(SimulatorSession::socketPath(pid)));
     process.write("hg-error 12\nhg-flags 18\nbogus\n");
     QByteArray errors;
     QTRY_VERIFY_WITH_TIMEOUT(
@@ -289,13 +213,13 @@ void TestSimExecutable::standardInputControlAndSigint()
     process.closeWriteChannel(); // end of input leaves the simulator running
     QTest::qWait(200);
     QCOMPARE(process.state(), QProcess::Running);
-    QVERIFY(QFileInfo::exists(advertFor(pid)));
+    QVERIFY(QFileInfo::exists(SimulatorSession::advertPath(pid)));
 
     ::kill(pid_t(pid), SIGINT);
     QVERIFY(process.waitForFinished(10000));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
-    QVERIFY(!QFileInfo::exists(advertFor(pid)));
+    QVERIFY(!QFileInfo::exists(SimulatorSession::advertPath(pid)));
 }
 
 void TestSimExecutable::traceRecordsEveryByte()
@@ -304,7 +228,7 @@ void TestSimExecutable::traceRecordsEveryByte()
     QVERIFY(folder.isValid());
     const QString trace = folder.filePath(QStringLiteral("trace.txt"));
     QProcess process;
-    ProcessGuard guard{process};
+    SimulatorProcessGuard guard{process};
     QString port;
     QVERIFY(startSimulatorProcess(
             process, {QStringLiteral("--no-pacing"), QStringLiteral("--trace"), trace}, &port));
@@ -354,7 +278,7 @@ void TestSimExecutable::traceRecordsEveryByte()
 void TestSimExecutable::pacedByDefault()
 {
     QProcess process;
-    ProcessGuard guard{process};
+    SimulatorProcessGuard guard{process};
     QString port;
     QVERIFY(startSimulatorProcess(process, {}, &port));
     const qint64 pid = process.processId();
@@ -370,7 +294,8 @@ void TestSimExecutable::pacedByDefault()
                  qPrintable(QString::number(seconds)));
 
         client.clear();
-        QCOMPARE(control(socketFor(pid), "flood 3840"), QByteArray("ok"));
+        QCOMPARE(controlSimulatorSocket(SimulatorSession::socketPath(pid), "flood 3840"),
+                 QByteArray("ok"));
         QVERIFY(client.waitFor([&]() { return client.received().size() >= 3840; }, 5000));
         const qint64 spread = client.chunks().last().atNs - client.chunks().first().atNs;
         const double rate
@@ -392,10 +317,11 @@ void TestSimExecutable::adapterLatencyFromTheCommandLine()
                {{QStringLiteral("--latency"), QStringLiteral("255")}, " latency=255 "}};
     for (const auto &entry : cases) {
         QProcess process;
-        ProcessGuard guard{process};
+        SimulatorProcessGuard guard{process};
         QString port;
         QVERIFY(startSimulatorProcess(process, entry.first, &port));
-        const QByteArray status = control(socketFor(process.processId()), "status");
+        const QByteArray status = controlSimulatorSocket(
+                SimulatorSession::socketPath(process.processId()), "status");
         QVERIFY2(status.contains(entry.second), status.constData());
         SimTestClient client;
         QVERIFY(client.open(port));
@@ -450,7 +376,7 @@ void TestSimExecutable::startOptions()
     QFETCH(QByteArray, command);
     QFETCH(QByteArray, expected);
     QProcess process;
-    ProcessGuard guard{process};
+    SimulatorProcessGuard guard{process};
     QString port;
     QVERIFY(startSimulatorProcess(process, arguments + QStringList{QStringLiteral("--no-pacing")},
                                   &port));
@@ -464,7 +390,7 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
     const QByteArray clean = "e_freq?\nFrequency index parameter: 4\n";
     {
         QProcess process;
-        ProcessGuard guard{process};
+        SimulatorProcessGuard guard{process};
         QString port;
         QVERIFY(startSimulatorProcess(
                 process, {QStringLiteral("--no-pacing"), QStringLiteral("--silent")}, &port));
@@ -476,7 +402,7 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
     }
     {
         QProcess process;
-        ProcessGuard guard{process};
+        SimulatorProcessGuard guard{process};
         QString port;
         QVERIFY(startSimulatorProcess(
                 process,
@@ -490,7 +416,7 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
     }
     {
         QProcess process;
-        ProcessGuard guard{process};
+        SimulatorProcessGuard guard{process};
         QString port;
         QVERIFY(startSimulatorProcess(process,
                                       {QStringLiteral("--no-pacing"), QStringLiteral("--fragment"),
@@ -505,7 +431,7 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
     }
     {
         QProcess process;
-        ProcessGuard guard{process};
+        SimulatorProcessGuard guard{process};
         QString port;
         QVERIFY(startSimulatorProcess(
                 process, {QStringLiteral("--no-pacing"), QStringLiteral("--flood")}, &port));
@@ -514,11 +440,13 @@ void TestSimExecutable::startFaultsThatCorruptTheLine()
         client.clear();
         QVERIFY(client.waitFor([&]() { return client.received().size() >= 10000; }, 5000));
         QVERIFY(!client.received().contains('\n'));
-        QCOMPARE(control(socketFor(process.processId()), "flood off"), QByteArray("ok"));
+        QCOMPARE(controlSimulatorSocket(SimulatorSession::socketPath(process.processId()),
+                                        "flood off"),
+                 QByteArray("ok"));
     }
     {
         QProcess process;
-        ProcessGuard guard{process};
+        SimulatorProcessGuard guard{process};
         QString port;
         QVERIFY(startSimulatorProcess(
                 process,
@@ -547,8 +475,8 @@ void TestSimExecutable::linkRefusesToReplaceAFile()
     file.write("keep me");
     file.close();
     QProcess process;
-    ProcessGuard guard{process};
-    process.start(s_executable, {QStringLiteral("--link"), path});
+    SimulatorProcessGuard guard{process};
+    process.start(SimulatorSession::executable(), {QStringLiteral("--link"), path});
     QVERIFY(process.waitForFinished(10000));
     QCOMPARE(process.exitCode(), 1);
     QVERIFY(process.readAllStandardError().contains("is not a symbolic link"));
@@ -559,7 +487,7 @@ void TestSimExecutable::linkRefusesToReplaceAFile()
     const QString link = folder.filePath(QStringLiteral("laser"));
     QVERIFY(QFile::link(QStringLiteral("/dev/null"), link));
     QProcess second;
-    ProcessGuard secondGuard{second};
+    SimulatorProcessGuard secondGuard{second};
     QString port;
     QVERIFY(startSimulatorProcess(
             second, {QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}, &port));
@@ -575,7 +503,7 @@ void TestSimExecutable::churnFromTheCommandLine()
     QVERIFY(folder.isValid());
     const QString trace = folder.filePath(QStringLiteral("trace.txt"));
     QProcess process;
-    ProcessGuard guard{process};
+    SimulatorProcessGuard guard{process};
     QString port;
     QVERIFY(startSimulatorProcess(process,
                                   {QStringLiteral("--no-pacing"), QStringLiteral("--churn"),
@@ -595,9 +523,12 @@ void TestSimExecutable::churnFromTheCommandLine()
                     return codes.size() >= 2 && codes.contains("ZEL HG\tErrorcode=0");
                 },
                 20000));
-        const QByteArray status = control(socketFor(process.processId()), "status");
+        const QByteArray status = controlSimulatorSocket(
+                SimulatorSession::socketPath(process.processId()), "status");
         QVERIFY2(status.contains(" churn=1 "), status.constData());
-        QCOMPARE(control(socketFor(process.processId()), "churn off"), QByteArray("ok"));
+        QCOMPARE(controlSimulatorSocket(SimulatorSession::socketPath(process.processId()),
+                                        "churn off"),
+                 QByteArray("ok"));
     }
     process.terminate();
     QVERIFY(process.waitForFinished(10000));
