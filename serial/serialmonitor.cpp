@@ -3,6 +3,7 @@
 
 #include "traffictag.h"
 
+#include <QAbstractButton>
 #include <QScrollBar>
 #include <QShowEvent>
 #include <QTextBlock>
@@ -134,6 +135,15 @@ QTextCharFormat colouredFormat(const QColor &colour)
     QTextCharFormat format;
     format.setForeground(colour);
     return format;
+}
+
+// Moves a toggle to a state set from elsewhere without its toggled() calling back.
+void showChecked(QAbstractButton *button, bool checked)
+{
+    if (button->isChecked() != checked) {
+        const QSignalBlocker blocker(button);
+        button->setChecked(checked);
+    }
 }
 
 } // namespace
@@ -381,10 +391,7 @@ void SerialMonitor::trimOldestLines()
 
 void SerialMonitor::setPaused(bool paused)
 {
-    if (m_ui->toolButtonPause->isChecked() != paused) {
-        const QSignalBlocker blocker(m_ui->toolButtonPause);
-        m_ui->toolButtonPause->setChecked(paused);
-    }
+    showChecked(m_ui->toolButtonPause, paused);
     if (m_paused == paused) {
         return;
     }
@@ -397,10 +404,7 @@ void SerialMonitor::setPaused(bool paused)
 
 void SerialMonitor::setTypedCommandsOnly(bool typedOnly)
 {
-    if (m_ui->checkBoxTypedOnly->isChecked() != typedOnly) {
-        const QSignalBlocker blocker(m_ui->checkBoxTypedOnly);
-        m_ui->checkBoxTypedOnly->setChecked(typedOnly);
-    }
+    showChecked(m_ui->checkBoxTypedOnly, typedOnly);
     if (m_typedOnly == typedOnly) {
         return;
     }

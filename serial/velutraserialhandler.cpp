@@ -1,5 +1,6 @@
 #include "velutraserialhandler.h"
 
+#include "velutracommands.h"
 #include "velutraserialcategory.h"
 
 #include <QCoreApplication>
@@ -41,12 +42,28 @@ static constexpr int SettingsQueueLimit = 256;
 // when the cause has been gone this long (or at once, when the line or port recovers).
 static constexpr qint64 FaultQuietMs = 10 * 1000;
 
-static constexpr char IdentifyCommand[] = "ly_system_info\n";
-static constexpr char StatusCommand[] = "ly_vtx2_dev_status?\n";
+// The lines of the handshake's replies that the handler reads itself.
 static constexpr char IdentityPrefix[] = "Velutra-";
-static constexpr char IdentifyEchoPrefix[] = "ly_system_info";
-static constexpr char StatusEchoPrefix[] = "ly_vtx2_dev_status?";
 static constexpr char StatusReplyPrefix[] = "ly_vtx2_dev_status ";
+
+// The start of a command's echo that tells which command it was: the command without its
+// line feed.
+QByteArray echoPrefix(const QString &command)
+{
+    return command.toLatin1().chopped(1);
+}
+
+const QByteArray &identifyEchoPrefix()
+{
+    static const QByteArray prefix = echoPrefix(VelutraCommands::systemInfoRequest());
+    return prefix;
+}
+
+const QByteArray &statusEchoPrefix()
+{
+    static const QByteArray prefix = echoPrefix(VelutraCommands::deviceStatusQuery());
+    return prefix;
+}
 
 struct ErrorTextEntry
 {
@@ -136,16 +153,16 @@ void VelutraSerialHandler::endPortEpisodes()
     }
 }
 
-const char *VelutraSerialHandler::stateTrace(int state)
+const char *VelutraSerialHandler::stateTrace(LinkState state)
 {
     struct StateTraceEntry
     {
-        int state;
+        LinkState state;
         const char *text;
     };
     static constexpr StateTraceEntry Traces[] = {
-            {StateSendConnect, "stSendConnectCmd"},
-            {StateWaitReady, "stWaitReadyCmd"},
+            {LinkState::SendConnect, "stSendConnectCmd"},
+            {LinkState::WaitReady, "stWaitReadyCmd"},
     };
     for (const StateTraceEntry &entry : Traces) {
         if (entry.state == state) {
@@ -306,47 +323,47 @@ void VelutraSerialHandler::slotMainLoop()
 
     // The very first tick always initialises, so that the timers exist before
     // anything can use them, even if a close request came in before it.
-    if (m_closeRequested && m_mainState != StateInitialise) {
+    if (m_closeRequested && m_state != LinkState::Initialise) {
         closeIfRequested();
     } else {
-        // A state may last many ticks (a silent device keeps the handshake in one for
-        // good): its trace is written once, on entering it.
-        if (m_mainState != m_tracedState) {
-            m_tracedState = m_mainState;
-            if (const char *trace = stateTrace(m_mainState)) {
-                qCDebug(lcSerial, "%s", trace);
-            }
-        }
-        switch (m_mainState) {
-        case StateInitialise:
-            initialise();
-            break;
-        case StateWaitForOpen:
-            openRequestedPort();
-            break;
-        case StateSettle:
-            if (quietElapsed() > SettleMs) {
-                m_mainState = StateSendConnect;
-            }
-            break;
-        case StateSendConnect:
-            sendConnectCommand();
-            break;
-        case StateWaitReady:
-            waitForReady();
-            break;
-        case StateRunning:
-            runScheduler();
-            break;
-        case StateClose:
-            closePort();
-            break;
-        default:
-            break;
-        }
+        traceOnEntry();
+        m_state = advance(m_state);
     }
 
     rearmTick(TickIntervalMs);
+}
+
+VelutraSerialHandler::LinkState VelutraSerialHandler::advance(LinkState state)
+{
+    switch (state) {
+    case LinkState::Initialise:
+        initialise();
+        return LinkState::WaitForOpen;
+    case LinkState::WaitForOpen:
+        return openRequestedPort() ? LinkState::Settle : LinkState::WaitForOpen;
+    case LinkState::Settle:
+        return quietElapsed() > SettleMs ? LinkState::SendConnect : LinkState::Settle;
+    case LinkState::SendConnect:
+        return sendConnectCommand();
+    case LinkState::WaitReady:
+        return waitForReady();
+    case LinkState::Running:
+        return runScheduler();
+    }
+    return state;
+}
+
+void VelutraSerialHandler::traceOnEntry()
+{
+    // A state may last many ticks (a silent device keeps the handshake in one for
+    // good): its trace is written once, on entering it.
+    if (m_state == m_tracedState) {
+        return;
+    }
+    m_tracedState = m_state;
+    if (const char *trace = stateTrace(m_state)) {
+        qCDebug(lcSerial, "%s", trace);
+    }
 }
 
 void VelutraSerialHandler::rearmTick(int intervalMs)
@@ -364,11 +381,6 @@ void VelutraSerialHandler::rearmTick(int intervalMs)
 
 void VelutraSerialHandler::initialise()
 {
-    m_readPauseTimer = new QTimer(this);
-    m_readPauseTimer->setSingleShot(true);
-    m_readPauseTimer->setInterval(ReadPauseMs);
-    m_readPauseTimer->setTimerType(Qt::PreciseTimer);
-
     // A coarse timer may fire 5 % early; a command gets its full two seconds.
     m_commandTimer = new QTimer(this);
     m_commandTimer->setSingleShot(true);
@@ -376,20 +388,15 @@ void VelutraSerialHandler::initialise()
     m_commandTimer->setTimerType(Qt::PreciseTimer);
     connect(m_commandTimer, &QTimer::timeout, this, &VelutraSerialHandler::slotCommandTimeout);
 
-    m_identificationRequested = false;
-    m_identified = false;
-    m_statusRequested = false;
-    m_ready = false;
-    m_statusAttemptsLeft = StatusAttempts;
+    restartHandshake();
     m_monitorIndex = 0;
     emit sigConnectedStatus(false);
-    m_mainState = StateWaitForOpen;
 }
 
-void VelutraSerialHandler::openRequestedPort()
+bool VelutraSerialHandler::openRequestedPort()
 {
     if (!m_openRequested) {
-        return;
+        return false;
     }
     m_openRequested = false;
 
@@ -406,7 +413,7 @@ void VelutraSerialHandler::openRequestedPort()
         m_openFailureEpisode.record(failure);
         m_port->deleteLater();
         m_port = nullptr;
-        return;
+        return false;
     }
 
     m_port->setBaudRate(BaudRate, QSerialPort::AllDirections);
@@ -437,63 +444,60 @@ void VelutraSerialHandler::openRequestedPort()
     emit sigCommunicationOpened(m_openPortName);
     emit sigStatusMessage(tr("Communication port %1 successfully opened.").arg(m_openPortName));
 
-    m_identificationRequested = false;
-    m_identified = false;
-    m_statusRequested = false;
-    m_ready = false;
-    m_statusAttemptsLeft = StatusAttempts;
+    restartHandshake();
     m_pendingCommand.clear();
     m_quietClock.restart();
-    m_mainState = StateSettle;
+    return true;
 }
 
-void VelutraSerialHandler::sendConnectCommand()
+VelutraSerialHandler::LinkState VelutraSerialHandler::sendConnectCommand()
 {
-    if (m_identified) {
-        m_mainState = StateWaitReady;
-    } else if (isFreeToSend()) {
-        sendCommand(QString::fromLatin1(IdentifyCommand));
+    if (isIdentified(m_handshake)) {
+        return LinkState::WaitReady;
     }
-    m_ready = false;
+    if (isFreeToSend()) {
+        sendCommand(VelutraCommands::systemInfoRequest());
+    }
+    return LinkState::SendConnect;
 }
 
-void VelutraSerialHandler::waitForReady()
+VelutraSerialHandler::LinkState VelutraSerialHandler::waitForReady()
 {
-    if (!m_identified) {
-        m_mainState = StateSettle;
-        return;
+    if (!isIdentified(m_handshake)) {
+        // Lost since: the device gets its quiet seconds again.
+        return LinkState::Settle;
     }
-    if (m_ready) {
+    if (m_handshake == Handshake::Ready) {
         m_monitorCycleComplete = false;
         m_monitorIndex = m_monitorList.size();
-        m_identified = true;
-        m_ready = true;
         emit sigConnectedStatus(true);
-        m_mainState = StateRunning;
-    } else if (isFreeToSend()) {
-        sendCommand(QString::fromLatin1(StatusCommand));
+        return LinkState::Running;
     }
+    if (isFreeToSend()) {
+        sendCommand(VelutraCommands::deviceStatusQuery());
+    }
+    return LinkState::WaitReady;
 }
 
-void VelutraSerialHandler::runScheduler()
+VelutraSerialHandler::LinkState VelutraSerialHandler::runScheduler()
 {
     // Waiting settings commands may go out before the usual quiet gap.
     if (quietElapsed() < MinimumQuietMs && m_settingsQueue.isEmpty()) {
-        return;
+        return LinkState::Running;
     }
-    if ((m_readPauseTimer && m_readPauseTimer->isActive()) || !m_pendingCommand.isEmpty()) {
-        return;
+    if (isReadPaused() || !m_pendingCommand.isEmpty()) {
+        return LinkState::Running;
     }
-    if (!m_identified) {
-        m_mainState = StateSendConnect;
-        return;
+    if (!isIdentified(m_handshake)) {
+        // The link was lost: identify again at once, without the settle of an open.
+        return LinkState::SendConnect;
     }
     if (!m_settingsQueue.isEmpty() && m_monitorCycleComplete) {
         sendCommand(m_settingsQueue.takeFirst());
         if (m_settingsQueue.isEmpty()) {
             endSettingsOverflow();
         }
-        return;
+        return LinkState::Running;
     }
 
     // The list is walked 0 .. n-1, then one idle tick, then from 0 again.
@@ -507,12 +511,13 @@ void VelutraSerialHandler::runScheduler()
         send = count > 0;
     }
     if (!send) {
-        return;
+        return LinkState::Running;
     }
     sendCommand(m_monitorList.at(m_monitorIndex));
     if (count >= 1 && m_monitorIndex == count - 1) {
         m_monitorCycleComplete = true;
     }
+    return LinkState::Running;
 }
 
 void VelutraSerialHandler::closeIfRequested()
@@ -521,15 +526,12 @@ void VelutraSerialHandler::closeIfRequested()
         return;
     }
     m_closeRequested = false;
-    m_mainState = StateClose;
     closePort();
 }
 
 void VelutraSerialHandler::closePort()
 {
-    if (m_readPauseTimer) {
-        m_readPauseTimer->stop();
-    }
+    m_readPause = QDeadlineTimer();
     if (m_commandTimer) {
         m_commandTimer->stop();
     }
@@ -539,7 +541,7 @@ void VelutraSerialHandler::closePort()
     m_receiveBuffer.clear();
     m_monitorList.clear();
     m_heldList.clear();
-    m_mainState = StateWaitForOpen;
+    m_state = LinkState::WaitForOpen;
     discardSettingsOnLinkLoss();
 
     // Nothing to close (never opened, or the open failed): nothing to report.
@@ -562,10 +564,14 @@ void VelutraSerialHandler::closePort()
     emit sigStatusMessage(tr("Communication port %1 closed.").arg(name));
 }
 
+bool VelutraSerialHandler::isReadPaused() const
+{
+    return !m_readPause.hasExpired();
+}
+
 bool VelutraSerialHandler::isFreeToSend() const
 {
-    return quietElapsed() >= MinimumQuietMs && !(m_readPauseTimer && m_readPauseTimer->isActive())
-           && m_pendingCommand.isEmpty();
+    return quietElapsed() >= MinimumQuietMs && !isReadPaused() && m_pendingCommand.isEmpty();
 }
 
 qint64 VelutraSerialHandler::quietElapsed() const
@@ -596,8 +602,6 @@ void VelutraSerialHandler::slotReadyRead()
     if (!m_port) {
         return;
     }
-    // The read-pause timer runs from this read; whether it keeps running is
-    // decided below, once the bytes are framed.
     m_quietClock.restart();
 
     // Everything available, through a buffer on the stack: reading it into a
@@ -610,10 +614,12 @@ void VelutraSerialHandler::slotReadyRead()
         }
     }
 
+    // Part of a line waiting: its end is probably on the way, and a command written now
+    // would have its echo land behind it.
     if (m_receiveBuffer.isEmpty()) {
-        m_readPauseTimer->stop();
+        m_readPause = QDeadlineTimer();
     } else {
-        m_readPauseTimer->start();
+        m_readPause = QDeadlineTimer(ReadPauseMs, Qt::PreciseTimer);
     }
 
     // The next write is due 16 ms after this read. Ticks locked to the previous
@@ -621,8 +627,10 @@ void VelutraSerialHandler::slotReadyRead()
     // tick phase makes one land as the gap ends. While polling with no setting
     // waiting, a tick before then could do nothing, so it is skipped: every
     // tick is a wake-up, and wake-ups are most of what the link costs.
-    if (m_tickTimer && m_mainState >= StateSendConnect && m_mainState <= StateRunning) {
-        const bool nothingBeforeGap = m_mainState == StateRunning && m_identified
+    const bool writesCommands = m_state == LinkState::SendConnect || m_state == LinkState::WaitReady
+                                || m_state == LinkState::Running;
+    if (m_tickTimer && writesCommands) {
+        const bool nothingBeforeGap = m_state == LinkState::Running && isIdentified(m_handshake)
                                       && m_settingsQueue.isEmpty() && !m_closeRequested
                                       && !m_openRequested;
         rearmTick(nothingBeforeGap ? MinimumQuietMs : MinimumQuietMs - TickIntervalMs);
@@ -673,6 +681,73 @@ void VelutraSerialHandler::deliverLine(QChar separator)
     emit sigLineReceived(line);
 }
 
+VelutraSerialHandler::Handshake VelutraSerialHandler::nextHandshake(Handshake from,
+                                                                    HandshakeEvent event)
+{
+    const bool identified = isIdentified(from);
+    switch (event) {
+    case HandshakeEvent::IdentifyEchoed:
+        if (!identified) {
+            return Handshake::IdentityAsked;
+        }
+        // Asked again once known, the device has nothing new to say.
+        return from == Handshake::Ready ? Handshake::Ready : Handshake::Identified;
+    case HandshakeEvent::IdentityReceived:
+        return Handshake::Identified;
+    case HandshakeEvent::StatusEchoed:
+        // Once ready, a status query is the controller's, not the handshake's.
+        if (from == Handshake::Ready) {
+            return Handshake::Ready;
+        }
+        return identified ? Handshake::StatusAsked : Handshake::StatusAskedUnidentified;
+    case HandshakeEvent::ReadyReported:
+        return from == Handshake::StatusAsked ? Handshake::Ready : Handshake::Unidentified;
+    case HandshakeEvent::NotReadyReported:
+        // Not ready yet: the handshake starts again from identification.
+        return Handshake::Unidentified;
+    case HandshakeEvent::StatusUnreadable:
+        return from == Handshake::StatusAsked ? Handshake::Identified : Handshake::Unidentified;
+    case HandshakeEvent::OtherEchoed:
+        // Another command was answered: whatever reply was awaited is not coming.
+        if (from == Handshake::Ready) {
+            return Handshake::Ready;
+        }
+        return identified ? Handshake::Identified : Handshake::Unidentified;
+    case HandshakeEvent::Unanswered:
+        // The device must name itself again; a reply that was awaited still counts if it
+        // comes late.
+        if (from == Handshake::IdentityAsked || from == Handshake::StatusAskedUnidentified) {
+            return from;
+        }
+        return from == Handshake::StatusAsked ? Handshake::StatusAskedUnidentified
+                                              : Handshake::Unidentified;
+    }
+    return from;
+}
+
+void VelutraSerialHandler::advanceHandshake(HandshakeEvent event)
+{
+    m_handshake = nextHandshake(m_handshake, event);
+}
+
+void VelutraSerialHandler::restartHandshake()
+{
+    m_handshake = Handshake::Unidentified;
+    m_statusAttemptsLeft = StatusAttempts;
+}
+
+bool VelutraSerialHandler::isIdentified(Handshake state)
+{
+    return state == Handshake::Identified || state == Handshake::StatusAsked
+           || state == Handshake::Ready;
+}
+
+bool VelutraSerialHandler::awaitsStatusReply() const
+{
+    return m_handshake == Handshake::StatusAsked
+           || m_handshake == Handshake::StatusAskedUnidentified;
+}
+
 void VelutraSerialHandler::checkEcho(const QByteArray &line)
 {
     if (!m_pendingCommand.isEmpty()) {
@@ -691,47 +766,38 @@ void VelutraSerialHandler::checkEcho(const QByteArray &line)
                             .arg(m_unansweredCount));
             m_unansweredCount = 0;
         }
-        m_identificationRequested = !m_identified && line.startsWith(IdentifyEchoPrefix);
-        if (m_ready) {
-            m_statusRequested = false;
+        if (line.startsWith(identifyEchoPrefix())) {
+            advanceHandshake(HandshakeEvent::IdentifyEchoed);
+        } else if (line.startsWith(statusEchoPrefix())) {
+            advanceHandshake(HandshakeEvent::StatusEchoed);
         } else {
-            m_statusRequested = line.startsWith(StatusEchoPrefix);
+            advanceHandshake(HandshakeEvent::OtherEchoed);
         }
         return;
     }
 
-    if (m_identificationRequested && line.startsWith(IdentityPrefix)) {
-        m_identified = true;
-        m_identificationRequested = false;
-        m_statusRequested = false;
-        return;
-    }
-    if (m_statusRequested && line.startsWith(StatusReplyPrefix)) {
-        checkStatusReply(line);
+    if (m_handshake == Handshake::IdentityAsked && line.startsWith(IdentityPrefix)) {
+        advanceHandshake(HandshakeEvent::IdentityReceived);
+    } else if (awaitsStatusReply() && line.startsWith(StatusReplyPrefix)) {
+        advanceHandshake(statusReplyEvent(line));
     }
 }
 
-void VelutraSerialHandler::checkStatusReply(const QByteArray &line)
+VelutraSerialHandler::HandshakeEvent VelutraSerialHandler::statusReplyEvent(const QByteArray &line)
 {
     const QStringList parts = QString::fromLatin1(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (parts.size() >= 2) {
-        if (m_statusAttemptsLeft > 0) {
-            --m_statusAttemptsLeft;
-            bool ok = false;
-            const int status = parts.at(1).trimmed().toInt(&ok, 10);
-            if (!ok || (status & ReadyStatusBits) == 0) {
-                // Not ready yet: the handshake starts again from identification.
-                m_ready = false;
-                m_identified = false;
-            } else {
-                m_ready = true;
-            }
-        } else {
-            // A device that keeps refusing is taken as ready after enough tries.
-            m_ready = true;
-        }
+    if (parts.size() < 2) {
+        return HandshakeEvent::StatusUnreadable;
     }
-    m_statusRequested = false;
+    // A device that keeps refusing is taken as ready after enough tries.
+    if (m_statusAttemptsLeft <= 0) {
+        return HandshakeEvent::ReadyReported;
+    }
+    --m_statusAttemptsLeft;
+    bool ok = false;
+    const int status = parts.at(1).trimmed().toInt(&ok, 10);
+    return ok && (status & ReadyStatusBits) != 0 ? HandshakeEvent::ReadyReported
+                                                 : HandshakeEvent::NotReadyReported;
 }
 
 void VelutraSerialHandler::slotCommandTimeout()
@@ -748,8 +814,7 @@ void VelutraSerialHandler::slotCommandTimeout()
         }
         ++m_unansweredCount;
         m_pendingCommand.clear();
-        m_identified = false;
-        m_ready = false;
+        advanceHandshake(HandshakeEvent::Unanswered);
         discardSettingsOnLinkLoss();
         emit sigConnectedStatus(false);
         m_statusAttemptsLeft = StatusAttempts;

@@ -4,6 +4,7 @@
 #include "logepisode.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
@@ -27,10 +28,30 @@ class VelutraSerialHandler : public QObject
     Q_OBJECT
 
 public:
+    // How far the link has come; each tick acts on it, in this order. Entering SendConnect
+    // or WaitReady writes a debug trace (category velutra.serial).
+    enum class LinkState {
+        // The first tick creates the timers, in the worker thread.
+        Initialise,
+        WaitForOpen,
+        // Two quiet seconds for the device after an open.
+        Settle,
+        // Identification is requested until the device has named itself.
+        SendConnect,
+        // The device status is requested until the device is ready.
+        WaitReady,
+        // Polling and settings commands.
+        Running,
+    };
+    Q_ENUM(LinkState)
+
     explicit VelutraSerialHandler(QObject *parent = nullptr);
     ~VelutraSerialHandler() override;
 
 public slots:
+    // One tick of the link; re-arms itself. Connect the worker thread's started() here.
+    void slotMainLoop();
+
     // Opens the named port on the next tick; an open port is closed first.
     void slotOpenCommunication(const QString &portName);
     void slotCloseCommunication();
@@ -46,6 +67,12 @@ public slots:
     // setting is discarded; queries stay.
     void slotAppendSettingsCommand(const QString &command, bool hold);
     void slotAppendSettingsCommand(const QString &command);
+
+    // Delivers the bytes received since the last line end as a line now, with the "_"
+    // traffic tag, for a caller that knows the device has finished a reply it does not end.
+    // Nothing happens without an open port or with nothing waiting. Sending stays paused
+    // for the rest of the read pause, as if the bytes were still waiting.
+    void slotReadyReadEnded();
 
 signals:
     // A complete line, echoes included, its CR or LF terminator still attached.
@@ -74,29 +101,57 @@ signals:
     friend class LaserSession;
 
 private slots:
-    void slotMainLoop();
     void slotReadyRead();
-    void slotReadyReadEnded();
     void slotCommandTimeout();
     void slotErrorOccurred(QSerialPort::SerialPortError error);
 
 private:
-    enum MainState {
-        StateInitialise = 0,
-        StateWaitForOpen = 1,
-        StateSettle = 2,
-        StateSendConnect = 3,
-        StateWaitReady = 4,
-        StateRunning = 5,
-        StateClose = 6,
+    // The connect handshake, in the order it runs: moved on by the lines received and by
+    // unanswered commands (nextHandshake()), read by the ticks of SendConnect, WaitReady and
+    // Running. A step "...Asked" means the request's echo has come and the next line of its
+    // kind decides.
+    enum class Handshake {
+        Unidentified,
+        // The next line beginning "Velutra-" identifies the device.
+        IdentityAsked,
+        Identified,
+        // The next status line says whether the device is ready.
+        StatusAsked,
+        Ready,
+        // The link was lost while a status reply was awaited: a late one still uses up an
+        // attempt, but identifies nothing.
+        StatusAskedUnidentified,
     };
+
+    // What moves the handshake on, in the order it happens.
+    enum class HandshakeEvent {
+        IdentifyEchoed,
+        IdentityReceived,
+        StatusEchoed,
+        ReadyReported,
+        NotReadyReported,
+        // A status line without a value.
+        StatusUnreadable,
+        // Any other command acknowledged by its echo.
+        OtherEchoed,
+        // A command went unanswered twice.
+        Unanswered,
+    };
+
+    static Handshake nextHandshake(Handshake from, HandshakeEvent event);
+    void advanceHandshake(HandshakeEvent event);
+    void restartHandshake();
+    static bool isIdentified(Handshake state);
+    bool awaitsStatusReply() const;
+    LinkState advance(LinkState state);
+    void traceOnEntry();
 
     void rearmTick(int intervalMs);
     void initialise();
-    void openRequestedPort();
-    void sendConnectCommand();
-    void waitForReady();
-    void runScheduler();
+    bool openRequestedPort();
+    LinkState sendConnectCommand();
+    LinkState waitForReady();
+    LinkState runScheduler();
     void closePort();
     void closeIfRequested();
     void treatPortAsGone();
@@ -107,8 +162,9 @@ private:
     LogEpisode faultEpisode(qint64 quietMs);
     void pollFaultEpisodes();
     void endPortEpisodes();
-    static const char *stateTrace(int state);
+    static const char *stateTrace(LinkState state);
 
+    bool isReadPaused() const;
     bool isFreeToSend() const;
     qint64 quietElapsed() const;
     void sendCommand(const QString &command);
@@ -116,25 +172,22 @@ private:
     void frameByte(char byte);
     void deliverLine(QChar separator);
     void checkEcho(const QByteArray &line);
-    void checkStatusReply(const QByteArray &line);
+    HandshakeEvent statusReplyEvent(const QByteArray &line);
     QString trafficTag(QChar separator) const;
     static QString withLineEnd(const QString &command);
     static QString errorText(QSerialPort::SerialPortError error);
 
-    // Connection flags.
-    bool m_identificationRequested = false;
-    bool m_identified = false;
-    bool m_statusRequested = false;
-    bool m_ready = false;
-
+    Handshake m_handshake = Handshake::Unidentified;
     int m_statusAttemptsLeft = 10;
-    QTimer *m_readPauseTimer = nullptr;
+    // Runs for a while after a read that left part of a line waiting; no command is written
+    // until it expires. A default deadline has expired already.
+    QDeadlineTimer m_readPause;
     QPointer<QSerialPort> m_port;
     bool m_openRequested = false;
     QString m_portName;
     bool m_closeRequested = false;
     QByteArray m_receiveBuffer;
-    int m_mainState = StateInitialise;
+    LinkState m_state = LinkState::Initialise;
     int m_resendsLeft = 1;
     QTimer *m_commandTimer = nullptr;
     QString m_pendingCommand;
@@ -157,8 +210,9 @@ private:
     bool m_portGone = false;
     int m_readErrorsThisTick = 0;
 
-    // What the log has been told, so that a fault that lasts is told once.
-    int m_tracedState = -1;
+    // What the log has been told, so that a fault that lasts is told once. The first tick's
+    // state has no trace of its own.
+    LinkState m_tracedState = LinkState::Initialise;
     LogEpisode m_lineCutEpisode;
     LogEpisode m_openFailureEpisode;
     QString m_openFailure;

@@ -9,11 +9,12 @@ HandlerRig::HandlerRig(Thread where)
     if (where == Thread::Worker) {
         m_thread = new QThread;
         m_handler->moveToThread(m_thread);
-        QObject::connect(m_thread, SIGNAL(started()), m_handler, SLOT(slotMainLoop()));
+        QObject::connect(m_thread, &QThread::started, m_handler,
+                         &VelutraSerialHandler::slotMainLoop);
         QObject::connect(m_thread, &QThread::finished, m_handler, &QObject::deleteLater);
         m_thread->start(QThread::InheritPriority);
     } else {
-        QMetaObject::invokeMethod(m_handler, "slotMainLoop", Qt::QueuedConnection);
+        queue([](VelutraSerialHandler *handler) { handler->slotMainLoop(); });
     }
 }
 
@@ -30,47 +31,53 @@ HandlerRig::~HandlerRig()
 
 void HandlerRig::open(const QString &portName)
 {
-    QMetaObject::invokeMethod(m_handler, "slotOpenCommunication", Qt::QueuedConnection,
-                              Q_ARG(QString, portName));
+    queue([portName](VelutraSerialHandler *handler) { handler->slotOpenCommunication(portName); });
 }
 
 void HandlerRig::close()
 {
-    QMetaObject::invokeMethod(m_handler, "slotCloseCommunication", Qt::QueuedConnection);
+    queue([](VelutraSerialHandler *handler) { handler->slotCloseCommunication(); });
 }
 
 void HandlerRig::addMonitorCommand(const QString &command)
 {
-    QMetaObject::invokeMethod(m_handler, "slotAddMonitorCommand", Qt::QueuedConnection,
-                              Q_ARG(QString, command));
+    queue([command](VelutraSerialHandler *handler) { handler->slotAddMonitorCommand(command); });
 }
 
 void HandlerRig::delMonitorCommand(const QString &command)
 {
-    QMetaObject::invokeMethod(m_handler, "slotDelMonitorCommand", Qt::QueuedConnection,
-                              Q_ARG(QString, command));
+    queue([command](VelutraSerialHandler *handler) { handler->slotDelMonitorCommand(command); });
 }
 
 void HandlerRig::clearMonitorCommands()
 {
-    QMetaObject::invokeMethod(m_handler, "slotClrAllMonitorCommands", Qt::QueuedConnection);
+    queue([](VelutraSerialHandler *handler) { handler->slotClrAllMonitorCommands(); });
 }
 
 void HandlerRig::appendSettingsCommand(const QString &command)
 {
-    QMetaObject::invokeMethod(m_handler, "slotAppendSettingsCommand", Qt::QueuedConnection,
-                              Q_ARG(QString, command));
+    queue([command](VelutraSerialHandler *handler) {
+        handler->slotAppendSettingsCommand(command);
+    });
 }
 
 void HandlerRig::appendSettingsCommand(const QString &command, bool hold)
 {
-    QMetaObject::invokeMethod(m_handler, "slotAppendSettingsCommand", Qt::QueuedConnection,
-                              Q_ARG(QString, command), Q_ARG(bool, hold));
+    queue([command, hold](VelutraSerialHandler *handler) {
+        handler->slotAppendSettingsCommand(command, hold);
+    });
 }
 
 void HandlerRig::flushPartialLine()
 {
-    QMetaObject::invokeMethod(m_handler, "slotReadyReadEnded", Qt::QueuedConnection);
+    queue([](VelutraSerialHandler *handler) { handler->slotReadyReadEnded(); });
+}
+
+void HandlerRig::queue(const std::function<void(VelutraSerialHandler *)> &call)
+{
+    // Run in the handler's thread, after what is already queued there, as a signal's call would.
+    QMetaObject::invokeMethod(
+            m_handler, [handler = m_handler, call] { call(handler); }, Qt::QueuedConnection);
 }
 
 bool connectToReadyLaser(HandlerRig &rig, PtyDevice &device, int timeoutMs)

@@ -8,12 +8,13 @@
 #include <QString>
 #include <QThread>
 
+#include <functional>
 #include <memory>
 
 // A serial handler set up the way the main window sets it up: no parent, moved
 // to a worker thread whose started() runs slotMainLoop(), deleted when the
 // thread finishes. With Thread::Main it runs in the test's own thread instead.
-// The slots are reached by name through queued calls, as signals would.
+// The slots are reached through queued calls, as signals would.
 class HandlerRig
 {
 public:
@@ -37,6 +38,8 @@ public:
     void flushPartialLine();
 
 private:
+    void queue(const std::function<void(VelutraSerialHandler *)> &call);
+
     VelutraSerialHandler *m_handler = nullptr;
     QThread *m_thread = nullptr;
     std::unique_ptr<HandlerRecorder> m_recorder;
