@@ -97,9 +97,6 @@ signals:
     // received does.
     void sigBytesDiscarded(const QString &tag, const QByteArray &bytes);
 
-    // The thread's owner starts the loop; nothing else may turn it.
-    friend class LaserSession;
-
 private slots:
     void slotReadyRead();
     void slotCommandTimeout();

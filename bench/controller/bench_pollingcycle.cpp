@@ -60,7 +60,7 @@ int main(int argc, char *argv[])
     auto *handler = new VelutraSerialHandler;
     QThread thread;
     handler->moveToThread(&thread);
-    QObject::connect(&thread, SIGNAL(started()), handler, SLOT(slotMainLoop()));
+    QObject::connect(&thread, &QThread::started, handler, &VelutraSerialHandler::slotMainLoop);
     QObject::connect(&thread, &QThread::finished, handler, &QObject::deleteLater);
     VelutraController controller(nullptr, nullptr, handler, nullptr);
 
@@ -117,7 +117,7 @@ int main(int argc, char *argv[])
             Qt::DirectConnection);
 
     thread.start();
-    QTimer::singleShot(10, &controller, SLOT(slotMainLoop()));
+    QTimer::singleShot(10, &controller, &VelutraController::slotMainLoop);
     QMetaObject::invokeMethod(handler, "slotOpenCommunication", Qt::QueuedConnection,
                               Q_ARG(QString, port));
 

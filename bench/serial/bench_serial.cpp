@@ -174,7 +174,7 @@ int main(int argc, char *argv[])
     auto *handler = new VelutraSerialHandler;
     auto *thread = new QThread;
     handler->moveToThread(thread);
-    QObject::connect(thread, SIGNAL(started()), handler, SLOT(slotMainLoop()));
+    QObject::connect(thread, &QThread::started, handler, &VelutraSerialHandler::slotMainLoop);
     QObject::connect(thread, &QThread::finished, handler, &QObject::deleteLater);
 
     // Counted in the handler's thread, so that counting wakes nobody.

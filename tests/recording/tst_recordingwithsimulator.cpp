@@ -147,7 +147,7 @@ bool TestRecordingWithSimulator::start(const QStringList &simulatorArguments)
     m_handler = new VelutraSerialHandler;
     m_thread = new QThread;
     m_handler->moveToThread(m_thread);
-    connect(m_thread, SIGNAL(started()), m_handler, SLOT(slotMainLoop()));
+    connect(m_thread, &QThread::started, m_handler, &VelutraSerialHandler::slotMainLoop);
     connect(this, &TestRecordingWithSimulator::sigOpenCommunication, m_handler,
             &VelutraSerialHandler::slotOpenCommunication);
     connect(this, &TestRecordingWithSimulator::sigCloseCommunication, m_handler,
@@ -160,7 +160,7 @@ bool TestRecordingWithSimulator::start(const QStringList &simulatorArguments)
         delete m_controller;
         m_controller = new VelutraController(nullptr, nullptr, m_handler, this);
         m_recording->attachController(m_controller);
-        QTimer::singleShot(10, m_controller, SLOT(slotMainLoop()));
+        QTimer::singleShot(10, m_controller, &VelutraController::slotMainLoop);
     });
     connect(m_handler, &VelutraSerialHandler::sigCommunicationClosed, this, [this] {
         m_open = false;

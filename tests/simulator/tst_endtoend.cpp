@@ -61,7 +61,7 @@ void TestEndToEnd::startHandler()
     m_handler = new VelutraSerialHandler;
     m_thread = new QThread;
     m_handler->moveToThread(m_thread);
-    connect(m_thread, SIGNAL(started()), m_handler, SLOT(slotMainLoop()));
+    connect(m_thread, &QThread::started, m_handler, &VelutraSerialHandler::slotMainLoop);
     connect(this, &TestEndToEnd::sigOpenCommunication, m_handler,
             &VelutraSerialHandler::slotOpenCommunication);
     connect(this, &TestEndToEnd::sigAddMonitorCommand, m_handler,
