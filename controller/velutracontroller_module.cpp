@@ -14,7 +14,6 @@ namespace {
 constexpr int s_systemTypeVelutra2 = 3;
 // The laser's wavelength register knows entries 0, 1 and 2 (see enableWavelengths).
 constexpr int s_laserWavelengthCount = 3;
-constexpr double s_nanojoulesPerMicrojoule = 1000.0;
 constexpr double s_milliwattsPerWatt = 1000.0;
 
 // The module's outputs in the order of its selector (ls_wavelength index), and the laser's
@@ -284,7 +283,7 @@ void VelutraController::showDynamicWavelengthEnergy(int wavelength, double micro
     // is 0 and the percentage infinite (NaN for an energy of 0): it is passed on as it is,
     // and the next value after a range report is right.
     emit(this->*row.percent)(100.0 * microjoules
-                             / (m_powerRangeSecond_nJ / s_nanojoulesPerMicrojoule));
+                             / (m_powerRangeSecond_nJ / VelutraCommands::NanojoulesPerMicrojoule));
 }
 
 // ---- Measured harmonic power -----------------------------------------------------------------

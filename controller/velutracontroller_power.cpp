@@ -14,7 +14,6 @@ constexpr double s_baseClock_kHz = 80000.0;
 // The device expresses its power range as calibration slopes; 4000 over a slope is the
 // energy in nJ at full scale.
 constexpr double s_fullScaleUnits = 4000.0;
-constexpr double s_nanojoulesPerMicrojoule = 1000.0;
 // A rate or divider the operator picks matches a list entry closer than this.
 constexpr double s_listTolerance = 1.0;
 // The digital outputs follow a rate change only after the device has settled.
@@ -47,7 +46,7 @@ void VelutraController::slotfMeasuredLaserPowerChanged(double value)
 {
     // Zero, negative and NaN all read as "nothing measured". An infinite reading is shown as
     // it comes; with a zero rate its power in W is then NaN, which the view shows as such.
-    const double microjoules = value > 0.0 ? value / s_nanojoulesPerMicrojoule : 0.0;
+    const double microjoules = value > 0.0 ? value / VelutraCommands::NanojoulesPerMicrojoule : 0.0;
     const double watts = value > 0.0 ? microjoules * (m_outputFrequency / 1000.0) : 0.0;
     emit setPowerMeasuredIR_uJ(microjoules);
     emit setOutputPowerIRMeasuredW(watts);
@@ -58,7 +57,7 @@ void VelutraController::slotPowerSetting_nJ_Changed(double value)
     // Shown as it comes, NaN and infinities included: the view's control decides what it
     // can show, and nothing the controller sends is derived from this value.
     m_powerSetting_nJ = value;
-    emit setPowerSetpoint_uJ(m_powerSetting_nJ / s_nanojoulesPerMicrojoule);
+    emit setPowerSetpoint_uJ(m_powerSetting_nJ / VelutraCommands::NanojoulesPerMicrojoule);
 }
 
 void VelutraController::slotPowerSetting_percent_Changed(double value)
@@ -82,10 +81,10 @@ void VelutraController::slotPowerSetting_nJ_RangeChanged(double first, double se
     m_powerRangeFirst_nJ = first_nJ;
     m_powerRangeSecond_nJ = second_nJ;
     // The order is the device's, not ascending; the view sorts the ends itself.
-    emit setPowerRange_uJ(m_powerRangeFirst_nJ / s_nanojoulesPerMicrojoule,
-                          m_powerRangeSecond_nJ / s_nanojoulesPerMicrojoule);
+    emit setPowerRange_uJ(m_powerRangeFirst_nJ / VelutraCommands::NanojoulesPerMicrojoule,
+                          m_powerRangeSecond_nJ / VelutraCommands::NanojoulesPerMicrojoule);
     // A control whose range moved under it shows the setpoint again inside the new range.
-    emit setPowerSetpoint_uJ(m_powerSetting_nJ / s_nanojoulesPerMicrojoule);
+    emit setPowerSetpoint_uJ(m_powerSetting_nJ / VelutraCommands::NanojoulesPerMicrojoule);
 }
 
 void VelutraController::slotPowerSettingPercentRangeChanged(double first, double second)
