@@ -413,8 +413,8 @@ void VelutraController::wakeMainLoop()
 
 bool VelutraController::mainLoopIsSettled() const
 {
-    const bool linkAsExpected
-            = (m_mainLoopState == 1 && !m_connected) || (m_mainLoopState == 2 && m_connected);
+    const bool linkAsExpected = (m_mainLoopState == MainLoopState::WaitForLink && !m_connected)
+                                || (m_mainLoopState == MainLoopState::Connected && m_connected);
     return linkAsExpected && !m_unhandledLineEpisode.isActive() && !m_parsingErrorEpisode.isActive()
            && !m_moduleWarningEpisode.isActive();
 }
@@ -425,32 +425,25 @@ void VelutraController::slotMainLoop()
     m_parsingErrorEpisode.poll();
     m_moduleWarningEpisode.poll();
     switch (m_mainLoopState) {
-    case 0:
+    case MainLoopState::InstallBaseList:
         buildPanel();
         installBaseMonitorList();
-        m_mainLoopState = 1;
+        m_mainLoopState = MainLoopState::WaitForLink;
         break;
-    case 1:
+    case MainLoopState::WaitForLink:
         if (m_connected) {
-            if (m_panelWidget) {
-                m_panelWidget->setEnabled(true);
-            }
+            setPanelEnabled(true);
             queueSettings(VelutraCommands::debugOutputQuery());
             queueSettings(VelutraCommands::registerDumpStartQuery());
             queueSettings(VelutraCommands::registerDumpEndQuery());
-            m_mainLoopState = 2;
+            m_mainLoopState = MainLoopState::Connected;
         }
         break;
-    case 2:
+    case MainLoopState::Connected:
         if (!m_connected) {
-            if (m_panelWidget) {
-                m_panelWidget->setEnabled(false);
-            }
-            m_mainLoopState = 0;
+            setPanelEnabled(false);
+            m_mainLoopState = MainLoopState::InstallBaseList;
         }
-        break;
-    default:
-        m_mainLoopState = 0;
         break;
     }
     if (mainLoopIsSettled()) {
@@ -460,13 +453,20 @@ void VelutraController::slotMainLoop()
     }
 }
 
+void VelutraController::setPanelEnabled(bool enabled)
+{
+    if (m_panelWidget) {
+        m_panelWidget->setEnabled(enabled);
+    }
+}
+
 void VelutraController::installBaseMonitorList()
 {
     emit sigClrAllMonitorCommands();
     // The module lists went with the clear; the device reports its module again after the
     // reconnection and the lists come back then.
     m_installedModuleColumn = -1;
-    m_hgModuleKind = 0;
+    m_hgModuleKind = VelutraHgModuleKind::None;
     m_dynamicWavelengthSupported = false;
     forgetAuditedState();
 
@@ -604,7 +604,7 @@ void VelutraController::slotExistsTHGiModule(bool)
 
 void VelutraController::installModuleList(int column)
 {
-    for (int step = 1; step <= VelutraModuleColumns::StepCount; ++step) {
+    for (VelutraModuleSetupStep step : VelutraModuleColumns::SetupSteps) {
         runModuleStep(step, column);
     }
     m_installedModuleColumn = column;
@@ -612,19 +612,20 @@ void VelutraController::installModuleList(int column)
 
 void VelutraController::emitModuleVisibilitySteps(int column)
 {
-    for (int step : VelutraModuleColumns::VisibilitySteps) {
+    for (VelutraModuleSetupStep step : VelutraModuleColumns::VisibilitySteps) {
         runModuleStep(step, column);
     }
 }
 
-void VelutraController::runModuleStep(int step, int column)
+void VelutraController::runModuleStep(VelutraModuleSetupStep step, int column)
 {
+    using Step = VelutraModuleSetupStep;
     const VelutraModuleColumn &kind = VelutraModuleColumns::column(column);
     switch (step) {
-    case 1:
+    case Step::QueryOutputConfiguration:
         queueSettings(VelutraCommands::moduleOutputConfigQuery());
         break;
-    case 2:
+    case Step::ShowModuleControls:
         emit setWavelengthSelectorComboVisibility(true);
         emit setHGModuleInfoVisibility(true);
         emit setHGSettingsPageVisibility(true);
@@ -632,45 +633,45 @@ void VelutraController::runModuleStep(int step, int column)
         emit setHumidityFaultIndicatorVisibility(true);
         emit setErrorcodeHGIndicatorVisible(true);
         break;
-    case 3:
+    case Step::ShowHumidityMonitor:
         emit setHumidityMonitorVisibility(kind.humidityMonitorVisible);
         break;
-    case 4:
+    case Step::PollHumidity:
         if (kind.pollsHumidity) {
             queueMonitor(VelutraCommands::humidityQuery());
         }
         break;
-    case 5:
+    case Step::HideOvenMode:
         emit setOvenModeVisibility(false);
         break;
-    case 6:
+    case Step::PollModuleEnable:
         queueMonitor(kind.enableQuery());
         break;
-    case 7:
+    case Step::ShowOven1:
         emit setOven1TempSetpointVisibility(true);
         emit setOven1TempActualVisibility(true);
         break;
-    case 8:
+    case Step::ShowOven2:
         emit setOven2TempSetpointVisibility(kind.oven2Visible);
         emit setOven2TempActualVisibility(kind.oven2Visible);
         break;
-    case 9:
+    case Step::PollOvenTemperatures:
         queueMonitor(VelutraCommands::ovenSetpointQuery());
         queueMonitor(VelutraCommands::ovenTemperatureQuery());
         break;
-    case 10:
+    case Step::QueryDynamicWavelengthSupport:
         queueSettings(VelutraCommands::dynamicWavelengthFeatureQuery());
         break;
-    case 11:
+    case Step::ShowOutputEnable:
         emit setOutEnableOnVisible(true);
         break;
-    case 12:
+    case Step::PollOutputEnable:
         queueMonitor(VelutraCommands::outputQuery());
         break;
-    case 13:
+    case Step::ShowCrystalPosition:
         emit setCrystalPositionVisibility(kind.crystalPositionVisible);
         break;
-    case 14:
+    case Step::PollCrystal:
         if (kind.pollsCrystal) {
             queueMonitor(VelutraCommands::crystalAllRuntimesQuery());
             queueMonitor(VelutraCommands::crystalCurrentSpotQuery());
@@ -678,17 +679,15 @@ void VelutraController::runModuleStep(int step, int column)
             queueMonitor(VelutraCommands::crystalMaxRuntimeQuery());
         }
         break;
-    case 15:
+    case Step::PollModuleStatus:
         queueMonitor(VelutraCommands::moduleWavelengthQuery());
         queueMonitor(VelutraCommands::moduleStatusQuery());
         queueMonitor(VelutraCommands::moduleErrorcodeQuery());
         queueMonitor(VelutraCommands::moduleOutputPowerQuery());
         queueMonitor(VelutraCommands::moduleRuntimeQuery());
         break;
-    case 16:
+    case Step::RecordModuleKind:
         m_hgModuleKind = kind.moduleKind;
-        break;
-    default:
         break;
     }
 }

@@ -2,6 +2,7 @@
 #define VELUTRACONTROLLER_H
 
 #include "logepisode.h"
+#include "velutramodulecolumns.h"
 #include "velutrasystemstate.h"
 
 #include <QByteArray>
@@ -403,6 +404,14 @@ signals:
 
 private:
     // ---- Shared state (velutracontroller.cpp) -----------------------------------------------
+    // The main loop's turns: the base polling list goes in while the link is down, the
+    // one-shot queries go out once it comes up, and a lost link starts over with the base list.
+    enum class MainLoopState {
+        InstallBaseList,
+        WaitForLink,
+        Connected,
+    };
+
     static LogEpisode deviceLineEpisode(const QString &subject);
     static QString clippedLine(const QByteArray &line);
     void wireDecoder();
@@ -413,9 +422,10 @@ private:
     // Schedules the loop's next turn unless one is already due.
     void wakeMainLoop();
     bool mainLoopIsSettled() const;
+    void setPanelEnabled(bool enabled);
     void installModuleList(int column);
     void emitModuleVisibilitySteps(int column);
-    void runModuleStep(int step, int column);
+    void runModuleStep(VelutraModuleSetupStep step, int column);
     bool runFirmwareIdCheck();
     void loadSettings();
     void saveSettings() const;
@@ -441,7 +451,7 @@ private:
     int m_repRateScaleIndex = 0;
     QString m_applicationName;
     int m_aomOperatingMode = 0;
-    int m_mainLoopState = 0;
+    MainLoopState m_mainLoopState = MainLoopState::InstallBaseList;
     // The loop's next turn. While the link stays as it is and no log episode waits to be
     // summed up, a turn has nothing to do; the loop then rests until the link changes or a
     // device line starts an episode, instead of waking the GUI thread a hundred times a second.
@@ -487,7 +497,7 @@ private:
     // Energy and percentage of one dynamic-wavelength default (0 IR, 1 green, 2 UV, 3 DUV).
     void showDynamicWavelengthEnergy(int wavelength, double microjoules);
 
-    int m_hgModuleKind = 0;
+    VelutraHgModuleKind m_hgModuleKind = VelutraHgModuleKind::None;
     QString m_hgModuleType;
 
     // ---- Audit trail (velutracontroller_audit.cpp) --------------------------------------------

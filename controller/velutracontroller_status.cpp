@@ -193,8 +193,9 @@ void VelutraController::slotHGStatusFlagsChanged(quint16 flags)
 {
     const VelutraHGStatusFlags::FaultBits bits
             = VelutraHGStatusFlags::faultBits(VelutraHGErrors::moduleVariant(m_hgModuleType));
-    // Only the third-harmonic list (kind 2) belongs to a module with a second oven.
-    const quint16 ovenBits = m_hgModuleKind == 2 ? bits.ovenFaultTwoOvens : bits.ovenFaultOneOven;
+    // Only the third-harmonic lists belong to a module with a second oven.
+    const quint16 ovenBits = m_hgModuleKind == VelutraHgModuleKind::Thg ? bits.ovenFaultTwoOvens
+                                                                        : bits.ovenFaultOneOven;
     emit setOvenFaultIndicator((flags & ovenBits) != 0);
     emit setHumidityFaultIndicator((flags & bits.humidityFault) != 0);
 }
