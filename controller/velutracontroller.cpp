@@ -275,35 +275,22 @@ void VelutraController::wireHandler()
     if (!m_serialHandler) {
         return;
     }
-    // By signature, like the rest of the wiring, so that a test can find each connection.
-    const struct
-    {
-        QObject *sender;
-        const char *signal;
-        QObject *receiver;
-        const char *slot;
-    } connections[] = {
-            {this, SIGNAL(sigAddMonitorCommand(QString)), m_serialHandler,
-             SLOT(slotAddMonitorCommand(QString))},
-            {this, SIGNAL(sigDelMonitorCommand(QString)), m_serialHandler,
-             SLOT(slotDelMonitorCommand(QString))},
-            {this, SIGNAL(sigClrAllMonitorCommands()), m_serialHandler,
-             SLOT(slotClrAllMonitorCommands())},
-            {this, SIGNAL(sigAppendSettingsCommand(QString)), m_serialHandler,
-             SLOT(slotAppendSettingsCommand(QString))},
-            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), this,
-             SLOT(slotConnectedStatus(bool))},
-            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), m_decoder,
-             SLOT(slotConnectedStatus(bool))},
-            {m_serialHandler, SIGNAL(sigLineReceived(QByteArray)), m_decoder,
-             SLOT(slotLineReceived(QByteArray))},
-    };
-    for (const auto &connection : connections) {
-        if (!connect(connection.sender, connection.signal, connection.receiver, connection.slot)) {
-            qCWarning(lcController, "VelutraController: could not connect %s to %s",
-                      connection.signal + 1, connection.slot + 1);
-        }
-    }
+    VelutraSerialHandler *handler = m_serialHandler;
+    connect(this, &VelutraController::sigAddMonitorCommand, handler,
+            &VelutraSerialHandler::slotAddMonitorCommand);
+    connect(this, &VelutraController::sigDelMonitorCommand, handler,
+            &VelutraSerialHandler::slotDelMonitorCommand);
+    connect(this, &VelutraController::sigClrAllMonitorCommands, handler,
+            &VelutraSerialHandler::slotClrAllMonitorCommands);
+    connect(this, &VelutraController::sigAppendSettingsCommand, handler,
+            qOverload<const QString &>(&VelutraSerialHandler::slotAppendSettingsCommand));
+    // The controller hears of the link first, then the decoder.
+    connect(handler, &VelutraSerialHandler::sigConnectedStatus, this,
+            &VelutraController::slotConnectedStatus);
+    connect(handler, &VelutraSerialHandler::sigConnectedStatus, m_decoder,
+            &VelutraResponseDecoder::slotConnectedStatus);
+    connect(handler, &VelutraSerialHandler::sigLineReceived, m_decoder,
+            &VelutraResponseDecoder::slotLineReceived);
 }
 
 void VelutraController::buildPanel()
@@ -740,7 +727,8 @@ void VelutraController::slotDebuggingStatusChanged(bool value)
 {
     // Debug output would interleave with the replies the decoder expects: switch it off.
     if (value) {
-        sendSetCommand(VelutraCommands::debugOutputOff(), "DebuggingStatus");
+        sendSetCommand(VelutraCommands::debugOutputOff(),
+                       &VelutraResponseDecoder::markStale_DebuggingStatus);
     }
 }
 
@@ -799,15 +787,12 @@ void VelutraController::queueMonitor(const QString &command)
     emit sigAddMonitorCommand(command);
 }
 
-void VelutraController::sendSetCommand(const QString &command, const char *staleGroup)
+void VelutraController::sendSetCommand(const QString &command, StaleMark markStale)
 {
     // The device may refuse or clamp the value: forgetting what was last shown makes the next
     // reply repaint the control even when the device kept its old value.
-    if (staleGroup) {
-        const QByteArray slot = QByteArray("markStale_") + staleGroup;
-        if (!QMetaObject::invokeMethod(m_decoder, slot.constData(), Qt::DirectConnection)) {
-            qCWarning(lcController, "VelutraController: the decoder has no %s()", slot.constData());
-        }
+    if (markStale) {
+        (m_decoder->*markStale)();
     }
     emit sigAppendSettingsCommand(command);
 }

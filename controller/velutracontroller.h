@@ -431,10 +431,13 @@ private:
     void saveSettings() const;
     void queueSettings(const QString &command);
     void queueMonitor(const QString &command);
-    // Queues a set command and marks the decoder's published copy of staleGroup (the stem of
-    // its publish_<group> slot) stale, so that the device's answer is shown even when it
-    // equals what was shown before the operator moved the control. staleGroup may be null.
-    void sendSetCommand(const QString &command, const char *staleGroup);
+    // One of the decoder's markStale_<group>() slots: the publish group whose published copy
+    // a set command makes doubtful.
+    using StaleMark = void (VelutraResponseDecoder::*)();
+    // Queues a set command and marks the decoder's published copy of a group stale, so that
+    // the device's answer is shown even when it equals what was shown before the operator
+    // moved the control. markStale may be null.
+    void sendSetCommand(const QString &command, StaleMark markStale);
 
     QWidget *m_mainWindow = nullptr;
     // The main window deletes the panel when the port closes, possibly before this object.
@@ -503,8 +506,7 @@ private:
     // ---- Audit trail (velutracontroller_audit.cpp) --------------------------------------------
     // What the operator asked for, in words with value and unit, and the command text that
     // carries it: one line in the operator's log, then the command on the queue.
-    void sendOperatorCommand(const QString &request, const QString &command,
-                             const char *staleGroup);
+    void sendOperatorCommand(const QString &request, const QString &command, StaleMark markStale);
     void logOperatorRequest(const QString &request, const QString &command = QString());
     // Changes of the operating state and of the error and warning lamps, of the output
     // enable, and of the module's error, as the device reports them.

@@ -59,10 +59,10 @@ LogEpisode VelutraController::moduleWarningEpisode()
 }
 
 void VelutraController::sendOperatorCommand(const QString &request, const QString &command,
-                                            const char *staleGroup)
+                                            StaleMark markStale)
 {
     logOperatorRequest(request, command);
-    sendSetCommand(command, staleGroup);
+    sendSetCommand(command, markStale);
 }
 
 void VelutraController::logOperatorRequest(const QString &request, const QString &command)

@@ -40,20 +40,21 @@ QString nameOf(const char *const (&names)[N], int index)
 struct DynamicWavelengthRow
 {
     // The decoder group whose published copy the reply to "ls_dwls_default?" feeds.
-    const char *staleGroup;
+    void (VelutraResponseDecoder::*markStale)();
     void (VelutraController::*energy)(double);
     void (VelutraController::*percent)(double);
 };
 
 constexpr DynamicWavelengthRow s_dynamicWavelengths[] = {
-        {"DynamicWLS_IR", &VelutraController::setDynamicWLS_IR_uJ,
+        {&VelutraResponseDecoder::markStale_DynamicWLS_IR, &VelutraController::setDynamicWLS_IR_uJ,
          &VelutraController::setDynamicWLS_IR_Percent},
-        {"DynamicWLS_Green", &VelutraController::setDynamicWLS_Green_uJ,
+        {&VelutraResponseDecoder::markStale_DynamicWLS_Green,
+         &VelutraController::setDynamicWLS_Green_uJ,
          &VelutraController::setDynamicWLS_Green_Percent},
-        {"DynamicWLS_UV", &VelutraController::setDynamicWLS_UV_uJ,
+        {&VelutraResponseDecoder::markStale_DynamicWLS_UV, &VelutraController::setDynamicWLS_UV_uJ,
          &VelutraController::setDynamicWLS_UV_Percent},
-        {"DynamicWLS_DUV", &VelutraController::setDynamicWLS_DUV_uJ,
-         &VelutraController::setDynamicWLS_DUV_Percent},
+        {&VelutraResponseDecoder::markStale_DynamicWLS_DUV,
+         &VelutraController::setDynamicWLS_DUV_uJ, &VelutraController::setDynamicWLS_DUV_Percent},
 };
 constexpr int s_dynamicWavelengthCount = 4;
 static_assert(sizeof(s_dynamicWavelengths) / sizeof(s_dynamicWavelengths[0])
@@ -68,7 +69,8 @@ void VelutraController::wavelengthSelectorComboChanged(int index)
 {
     // The module answers with the position of its piezo stage, which is the output selected.
     sendOperatorCommand(tr("select the module output %1").arg(nameOf(s_moduleOutputNames, index)),
-                        VelutraCommands::moduleWavelength(index), "PiezoPositionSetting");
+                        VelutraCommands::moduleWavelength(index),
+                        &VelutraResponseDecoder::markStale_PiezoPositionSetting);
 }
 
 void VelutraController::wavelengthChanged(int index)
@@ -111,7 +113,8 @@ void VelutraController::slotOvenModeChanged(int value)
 void VelutraController::ovenModeComboChanged(int index)
 {
     sendOperatorCommand(index != 0 ? tr("switch the ovens on") : tr("switch the ovens off"),
-                        VelutraCommands::ovenMode(index), "OvenMode");
+                        VelutraCommands::ovenMode(index),
+                        &VelutraResponseDecoder::markStale_OvenMode);
 }
 
 // A set-point that is not a number is never sent: "ls_temp_setpoint=nan" means nothing to
@@ -123,7 +126,7 @@ void VelutraController::oven1SetpointChanged(double celsius)
     }
     sendOperatorCommand(tr("set the SHG oven set-point to %1 °C").arg(celsius, 0, 'f', 1),
                         VelutraCommands::oven1Setpoint(celsius, m_hgModuleType),
-                        "Oven1TemperatureSetpoint");
+                        &VelutraResponseDecoder::markStale_Oven1TemperatureSetpoint);
 }
 
 void VelutraController::oven2SetpointChanged(double celsius)
@@ -132,7 +135,8 @@ void VelutraController::oven2SetpointChanged(double celsius)
         return;
     }
     sendOperatorCommand(tr("set the THG oven set-point to %1 °C").arg(celsius, 0, 'f', 1),
-                        VelutraCommands::oven2Setpoint(celsius), "Oven2TemperatureSetpoint");
+                        VelutraCommands::oven2Setpoint(celsius),
+                        &VelutraResponseDecoder::markStale_Oven2TemperatureSetpoint);
 }
 
 void VelutraController::slotOven1TempSettingChanged(double value)
@@ -174,7 +178,8 @@ void VelutraController::crystalSpotSliderChanged(double spot)
         return;
     }
     sendOperatorCommand(tr("move the crystal to spot %1").arg(VelutraCommands::truncateToInt(spot)),
-                        VelutraCommands::setCrystalSpot(spot), "HGCrystalCurSpot");
+                        VelutraCommands::setCrystalSpot(spot),
+                        &VelutraResponseDecoder::markStale_HGCrystalCurSpot);
 }
 
 void VelutraController::slotHGCrystalCurSpotChanged(int value)
@@ -218,7 +223,8 @@ void VelutraController::digitalGateModeChanged(int mode)
 {
     // The gate answers at once; unlike a rate change there is nothing to wait for.
     sendOperatorCommand(tr("set the digital gate logic to %1").arg(mode),
-                        VelutraCommands::setDigitalGate(mode), "DigitalGateSetting");
+                        VelutraCommands::setDigitalGate(mode),
+                        &VelutraResponseDecoder::markStale_DigitalGateSetting);
     queueSettings(VelutraCommands::digitalGateQuery());
 }
 
@@ -234,7 +240,7 @@ void VelutraController::dynamicWavelengthFeatureChanged(int enabled)
     sendOperatorCommand(enabled != 0 ? tr("enable dynamic wavelength switching")
                                      : tr("disable dynamic wavelength switching"),
                         VelutraCommands::setDynamicWavelengthEnabled(enabled),
-                        "DynamicWavelengthEnabled");
+                        &VelutraResponseDecoder::markStale_DynamicWavelengthEnabled);
 }
 
 void VelutraController::slotDynamicWLS_IRChanged(double value)
@@ -264,14 +270,14 @@ void VelutraController::dynamicWLS_SaveSetpoint(int wavelength, double microjoul
     }
     // A wavelength index the program has no row for still goes out (the module decides), but
     // no published copy belongs to it.
-    const char *staleGroup = wavelength >= 0 && wavelength < s_dynamicWavelengthCount
-                                     ? s_dynamicWavelengths[wavelength].staleGroup
-                                     : nullptr;
+    const auto markStale = wavelength >= 0 && wavelength < s_dynamicWavelengthCount
+                                   ? s_dynamicWavelengths[wavelength].markStale
+                                   : nullptr;
     sendOperatorCommand(tr("set the AOM energy level of %1 to %2 µJ")
                                 .arg(nameOf(s_moduleOutputNames, wavelength))
                                 .arg(microjoules, 0, 'f', 2),
                         VelutraCommands::setDynamicWavelengthDefault(wavelength, microjoules),
-                        staleGroup);
+                        markStale);
     queueSettings(VelutraCommands::dynamicWavelengthDefaultQuery());
 }
 

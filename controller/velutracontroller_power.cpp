@@ -155,7 +155,8 @@ void VelutraController::power_uJ_Changed(double microjoules)
         return;
     }
     sendOperatorCommand(tr("set energy to %1 µJ").arg(microjoules, 0, 'f', 2),
-                        VelutraCommands::setPower_uJ(microjoules), "PowerSetpoint_nJ");
+                        VelutraCommands::setPower_uJ(microjoules),
+                        &VelutraResponseDecoder::markStale_PowerSetpoint_nJ);
 }
 
 void VelutraController::powerPercentChanged(double percent)
@@ -164,7 +165,8 @@ void VelutraController::powerPercentChanged(double percent)
         return;
     }
     sendOperatorCommand(tr("set energy to %1 %").arg(percent, 0, 'f', 2),
-                        VelutraCommands::setPowerPercent(percent), "PowerSetpoint_Percent");
+                        VelutraCommands::setPowerPercent(percent),
+                        &VelutraResponseDecoder::markStale_PowerSetpoint_Percent);
 }
 
 void VelutraController::powerIndexChanged(int index)
@@ -210,7 +212,8 @@ void VelutraController::divisionChanged(double factor)
         return;
     }
     sendOperatorCommand(tr("set division factor to %1").arg(VelutraCommands::truncateToInt(factor)),
-                        VelutraCommands::setDivision(factor), "DivisionFactor");
+                        VelutraCommands::setDivision(factor),
+                        &VelutraResponseDecoder::markStale_DivisionFactor);
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
 }
@@ -232,7 +235,8 @@ void VelutraController::applyFrequencyIndex(int index)
 
 void VelutraController::sendFrequencyIndex(int index, const QString &request)
 {
-    sendOperatorCommand(request, VelutraCommands::setFrequencyIndex(index), "FrequencyIndex");
+    sendOperatorCommand(request, VelutraCommands::setFrequencyIndex(index),
+                        &VelutraResponseDecoder::markStale_FrequencyIndex);
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
 }

@@ -61,8 +61,8 @@ constexpr int s_outputDUV = 0x08;
 // continuously: marking it stale repaints the buttons and the mode from the next poll even
 // when the device ignored the command. The output-enable button follows the device's
 // "Laser output enabled/disabled" report.
-constexpr char s_statusRecordGroup[] = "s7";
-constexpr char s_outputEnableGroup[] = "AOMStatus";
+constexpr auto s_statusRecordGroup = &VelutraResponseDecoder::markStale_s7;
+constexpr auto s_outputEnableGroup = &VelutraResponseDecoder::markStale_AOMStatus;
 
 QString temperatureText(double celsius)
 {

@@ -65,6 +65,19 @@ bool wiredExactlyTo(QObject *sender, const QMetaMethod &signal, QObject *receive
     return !QObject::disconnect(sender, signal, nullptr, QMetaMethod());
 }
 
+// The same for a connection made with pointers to members, which only pointers to members find.
+template<typename Sender, typename Signal, typename Receiver, typename Slot>
+bool memberWiredExactlyTo(Sender *sender, Signal signal, Receiver *receiver, Slot slot)
+{
+    if (!QObject::disconnect(sender, signal, receiver, slot)) {
+        return false;
+    }
+    if (QObject::disconnect(sender, signal, receiver, slot)) {
+        return false;
+    }
+    return !QObject::disconnect(sender, QMetaMethod::fromSignal(signal), nullptr, QMetaMethod());
+}
+
 bool wiredToNothing(QObject *sender, const QMetaMethod &signal)
 {
     return signal.isValid() && !QObject::disconnect(sender, signal, nullptr, QMetaMethod());
@@ -146,34 +159,23 @@ void TestControllerWiring::handlerQueuesAndLinesAreWired()
 {
     VelutraSerialHandler handler;
     VelutraController controller(nullptr, nullptr, &handler, nullptr);
-    const struct
-    {
-        QObject *sender;
-        const char *signal;
-        QObject *receiver;
-        const char *slot;
-    } connections[] = {
-            {&controller, "sigAddMonitorCommand(QString)", &handler,
-             "slotAddMonitorCommand(QString)"},
-            {&controller, "sigDelMonitorCommand(QString)", &handler,
-             "slotDelMonitorCommand(QString)"},
-            {&controller, "sigClrAllMonitorCommands()", &handler, "slotClrAllMonitorCommands()"},
-            {&controller, "sigAppendSettingsCommand(QString)", &handler,
-             "slotAppendSettingsCommand(QString)"},
-            {&handler, "sigLineReceived(QByteArray)", controller.decoder(),
-             "slotLineReceived(QByteArray)"},
-    };
-    for (const auto &connection : connections) {
-        QVERIFY2(wiredExactlyTo(connection.sender, signalOf(connection.sender, connection.signal),
-                                connection.receiver, slotOf(connection.receiver, connection.slot)),
-                 connection.signal);
-    }
+    VelutraResponseDecoder *decoder = controller.decoder();
+    QVERIFY(memberWiredExactlyTo(&controller, &VelutraController::sigAddMonitorCommand, &handler,
+                                 &VelutraSerialHandler::slotAddMonitorCommand));
+    QVERIFY(memberWiredExactlyTo(&controller, &VelutraController::sigDelMonitorCommand, &handler,
+                                 &VelutraSerialHandler::slotDelMonitorCommand));
+    QVERIFY(memberWiredExactlyTo(&controller, &VelutraController::sigClrAllMonitorCommands,
+                                 &handler, &VelutraSerialHandler::slotClrAllMonitorCommands));
+    QVERIFY(memberWiredExactlyTo(
+            &controller, &VelutraController::sigAppendSettingsCommand, &handler,
+            qOverload<const QString &>(&VelutraSerialHandler::slotAppendSettingsCommand)));
+    QVERIFY(memberWiredExactlyTo(&handler, &VelutraSerialHandler::sigLineReceived, decoder,
+                                 &VelutraResponseDecoder::slotLineReceived));
     // The link state reaches both, the controller first.
-    const QMetaMethod status = signalOf(&handler, "sigConnectedStatus(bool)");
-    QVERIFY(QObject::disconnect(&handler, status, &controller,
-                                slotOf(&controller, "slotConnectedStatus(bool)")));
-    QVERIFY(wiredExactlyTo(&handler, status, controller.decoder(),
-                           slotOf(controller.decoder(), "slotConnectedStatus(bool)")));
+    QVERIFY(QObject::disconnect(&handler, &VelutraSerialHandler::sigConnectedStatus, &controller,
+                                &VelutraController::slotConnectedStatus));
+    QVERIFY(memberWiredExactlyTo(&handler, &VelutraSerialHandler::sigConnectedStatus, decoder,
+                                 &VelutraResponseDecoder::slotConnectedStatus));
 }
 
 void TestControllerWiring::nullHandlerLeavesTheQueuesUnwired()
