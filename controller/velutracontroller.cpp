@@ -79,49 +79,60 @@ const char *const InternalViewSignals[] = {
 };
 
 // Controller signals the name-driven wiring leaves out, and where each one goes instead.
-enum class Receiver { RemoteControl, View };
-struct RoutedSignal
+using BoolSignal = void (VelutraController::*)(bool);
+struct RemoteControlRoute
 {
-    const char *controllerSignal;
-    Receiver receiver;
-    const char *receiverSlot;
+    BoolSignal signal;
+    void (VelutraRemoteControl::*slot)(bool);
+};
+struct ViewRoute
+{
+    BoolSignal signal;
+    void (VelutraView::*slot)(bool);
 };
 // clang-format off
-constexpr RoutedSignal RoutedSignals[] = {
-    // The operating-state buttons live in the remote control, under names of their own.
-    {"enableOutEnable(bool)",       Receiver::RemoteControl, "enableOutEnable(bool)"},
-    {"enableLaserOn(bool)",         Receiver::RemoteControl, "enableLaserOn(bool)"},
-    {"enableStandby(bool)",         Receiver::RemoteControl, "enableStandby(bool)"},
-    {"enableListen(bool)",          Receiver::RemoteControl, "enableListen(bool)"},
-    {"setOutEnableOn(bool)",        Receiver::RemoteControl, "setOutEnable(bool)"},
-    {"setOutEnableOnFlash(bool)",   Receiver::RemoteControl, "setOutEnableFlashing(bool)"},
-    {"setOutEnableOnVisible(bool)", Receiver::RemoteControl, "setOutEnableVisible(bool)"},
-    {"setLaserOn(bool)",            Receiver::RemoteControl, "setLaserOn(bool)"},
-    {"setLaserOnFlash(bool)",       Receiver::RemoteControl, "setLaserOnFlashing(bool)"},
-    {"setStandby(bool)",            Receiver::RemoteControl, "setStandby(bool)"},
-    {"setStandbyFlash(bool)",       Receiver::RemoteControl, "setStandbyFlashing(bool)"},
-    {"setListen(bool)",             Receiver::RemoteControl, "setListen(bool)"},
-    // The signal names keep an old misspelling; the view's slots are spelt right.
-    {"setTemperatureVisibilty1(bool)",  Receiver::View, "setTemperatureVisibility1(bool)"},
-    {"setTemperatureVisibilty2(bool)",  Receiver::View, "setTemperatureVisibility2(bool)"},
-    {"setTemperatureVisibilty3(bool)",  Receiver::View, "setTemperatureVisibility3(bool)"},
-    {"setTemperatureVisibilty4(bool)",  Receiver::View, "setTemperatureVisibility4(bool)"},
-    {"setTemperatureVisibilty5(bool)",  Receiver::View, "setTemperatureVisibility5(bool)"},
-    {"setTemperatureVisibilty6(bool)",  Receiver::View, "setTemperatureVisibility6(bool)"},
-    {"setTemperatureVisibilty7(bool)",  Receiver::View, "setTemperatureVisibility7(bool)"},
-    {"setTemperatureVisibilty8(bool)",  Receiver::View, "setTemperatureVisibility8(bool)"},
-    {"setTemperatureVisibilty9(bool)",  Receiver::View, "setTemperatureVisibility9(bool)"},
-    {"setTemperatureVisibilty10(bool)", Receiver::View, "setTemperatureVisibility10(bool)"},
+// The operating-state buttons live in the remote control, under names of their own.
+constexpr RemoteControlRoute RemoteControlRoutes[] = {
+    {&VelutraController::enableOutEnable,       &VelutraRemoteControl::enableOutEnable},
+    {&VelutraController::enableLaserOn,         &VelutraRemoteControl::enableLaserOn},
+    {&VelutraController::enableStandby,         &VelutraRemoteControl::enableStandby},
+    {&VelutraController::enableListen,          &VelutraRemoteControl::enableListen},
+    {&VelutraController::setOutEnableOn,        &VelutraRemoteControl::setOutEnable},
+    {&VelutraController::setOutEnableOnFlash,   &VelutraRemoteControl::setOutEnableFlashing},
+    {&VelutraController::setOutEnableOnVisible, &VelutraRemoteControl::setOutEnableVisible},
+    {&VelutraController::setLaserOn,            &VelutraRemoteControl::setLaserOn},
+    {&VelutraController::setLaserOnFlash,       &VelutraRemoteControl::setLaserOnFlashing},
+    {&VelutraController::setStandby,            &VelutraRemoteControl::setStandby},
+    {&VelutraController::setStandbyFlash,       &VelutraRemoteControl::setStandbyFlashing},
+    {&VelutraController::setListen,             &VelutraRemoteControl::setListen},
 };
-// clang-format on
+// The signal names keep an old misspelling; the view's slots are spelt right.
+constexpr ViewRoute MisspeltViewRoutes[] = {
+    {&VelutraController::setTemperatureVisibilty1,  &VelutraView::setTemperatureVisibility1},
+    {&VelutraController::setTemperatureVisibilty2,  &VelutraView::setTemperatureVisibility2},
+    {&VelutraController::setTemperatureVisibilty3,  &VelutraView::setTemperatureVisibility3},
+    {&VelutraController::setTemperatureVisibilty4,  &VelutraView::setTemperatureVisibility4},
+    {&VelutraController::setTemperatureVisibilty5,  &VelutraView::setTemperatureVisibility5},
+    {&VelutraController::setTemperatureVisibilty6,  &VelutraView::setTemperatureVisibility6},
+    {&VelutraController::setTemperatureVisibilty7,  &VelutraView::setTemperatureVisibility7},
+    {&VelutraController::setTemperatureVisibilty8,  &VelutraView::setTemperatureVisibility8},
+    {&VelutraController::setTemperatureVisibilty9,  &VelutraView::setTemperatureVisibility9},
+    {&VelutraController::setTemperatureVisibilty10, &VelutraView::setTemperatureVisibility10},
+};
 
 // The remote control's buttons and the controller slots that turn them into commands.
-constexpr RenamedViewSignal RemoteButtons[] = {
-        {"outEnableChanged(bool)", "outEnableChanged(bool)"},
-        {"laserOnChanged(bool)", "laserOnChanged(bool)"},
-        {"standbyChanged(bool)", "standbyChanged(bool)"},
-        {"listenChanged(bool)", "listenChanged(bool)"},
+struct RemoteButton
+{
+    void (VelutraRemoteControl::*button)(bool);
+    void (VelutraController::*slot)(bool);
 };
+constexpr RemoteButton RemoteButtons[] = {
+    {&VelutraRemoteControl::outEnableChanged, &VelutraController::outEnableChanged},
+    {&VelutraRemoteControl::laserOnChanged,   &VelutraController::laserOnChanged},
+    {&VelutraRemoteControl::standbyChanged,   &VelutraController::standbyChanged},
+    {&VelutraRemoteControl::listenChanged,    &VelutraController::listenChanged},
+};
+// clang-format on
 
 template<typename Table>
 bool isListed(const Table &table, const QByteArray &name)
@@ -145,12 +156,6 @@ bool connectBySignature(QObject *sender, const QMetaMethod &signal, QObject *rec
         return false;
     }
     return bool(QObject::connect(sender, signal, receiver, meta->method(index)));
-}
-
-QMetaMethod signalOf(const QObject *object, const char *signature)
-{
-    const QMetaObject *meta = object->metaObject();
-    return meta->method(meta->indexOfSignal(QMetaObject::normalizedSignature(signature)));
 }
 
 QSettings controllerSettings()
@@ -238,9 +243,11 @@ const QStringList &VelutraController::signalsWithoutViewSlot()
 {
     static const QStringList s_names = [] {
         QStringList names;
-        for (const RoutedSignal &routed : RoutedSignals) {
-            const QByteArray signature(routed.controllerSignal);
-            names.append(QString::fromLatin1(signature.left(signature.indexOf('('))));
+        for (const RemoteControlRoute &route : RemoteControlRoutes) {
+            names.append(QString::fromLatin1(QMetaMethod::fromSignal(route.signal).name()));
+        }
+        for (const ViewRoute &route : MisspeltViewRoutes) {
+            names.append(QString::fromLatin1(QMetaMethod::fromSignal(route.signal).name()));
         }
         return names;
     }();
@@ -337,22 +344,11 @@ void VelutraController::wirePanel()
                       signal.methodSignature().constData());
         }
     }
-    for (const RoutedSignal &routed : RoutedSignals) {
-        QObject *receiver = nullptr;
-        switch (routed.receiver) {
-        case Receiver::RemoteControl:
-            receiver = m_remoteControl;
-            break;
-        case Receiver::View:
-            receiver = m_view;
-            break;
-        }
-        if (receiver
-            && !connectBySignature(this, signalOf(this, routed.controllerSignal), receiver,
-                                   routed.receiverSlot)) {
-            qCWarning(lcController, "VelutraController: %s has no slot %s",
-                      receiver->metaObject()->className(), routed.receiverSlot);
-        }
+    for (const RemoteControlRoute &route : RemoteControlRoutes) {
+        connect(this, route.signal, m_remoteControl.data(), route.slot);
+    }
+    for (const ViewRoute &route : MisspeltViewRoutes) {
+        connect(this, route.signal, m_view.data(), route.slot);
     }
 
     const QMetaObject *viewMeta = m_view->metaObject();
@@ -374,12 +370,8 @@ void VelutraController::wirePanel()
         }
     }
 
-    for (const RenamedViewSignal &button : RemoteButtons) {
-        if (!connectBySignature(m_remoteControl, signalOf(m_remoteControl, button.viewSignal), this,
-                                button.controllerSlot)) {
-            qCWarning(lcController, "VelutraController: the remote control's %s is not wired",
-                      button.viewSignal);
-        }
+    for (const RemoteButton &button : RemoteButtons) {
+        connect(m_remoteControl.data(), button.button, this, button.slot);
     }
 }
 
