@@ -59,6 +59,9 @@ constexpr SystemTypeName SystemTypeNames[] = {
 const char *const DecoderSignalsWithoutSlot[] = {
         // A laser without the digital gate simply never reports one; nothing to do.
         "sigDigitalGateNotSupported",
+        // The s7 record's ready flag: the status byte and the system state of the same
+        // record say all the panel shows about readiness.
+        "sigiVelutraXPReadyChanged",
 };
 
 // View change signals whose controller slot is not named like them.

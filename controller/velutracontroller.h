@@ -54,6 +54,9 @@ public:
     static const QStringList &signalsWithoutViewSlot();
 
 public slots:
+    // Slots that only pass a value on to the panel, whichever group lists them here, are
+    // defined in velutracontroller_relay.cpp; the files named below hold the decisions.
+
     // ---- Life cycle, detection, polling lists (velutracontroller.cpp) ----------------------
     void slotConnectedStatus(bool connected);
     void slotMainLoop();
@@ -164,7 +167,6 @@ public slots:
     void slotiOperationModeChanged(int value);
     void slotiLaserEmmisionChanged(int value);
     void slotiShutterOnOffChanged(int value);
-    void slotiVelutraXPReadyChanged(int value);
     void slotiLaserPowerSetAOMChanged(int value);
     void slotiFrequencyDividerAOMChanged(int value);
     void slotiFrequencyIndexPCAOMinitChanged(int value);

@@ -96,11 +96,6 @@ void VelutraController::slotiWavelenghtVTXChanged(int value)
     emit setWavelengthSelector(value);
 }
 
-void VelutraController::slotPiezoPositionChanged(int value)
-{
-    emit setWavelengthSelectorCombo(value);
-}
-
 // ---- Ovens -----------------------------------------------------------------------------------
 
 void VelutraController::slotOvenModeChanged(int value)
@@ -139,36 +134,6 @@ void VelutraController::oven2SetpointChanged(double celsius)
                         &VelutraResponseDecoder::markStale_Oven2TemperatureSetpoint);
 }
 
-void VelutraController::slotOven1TempSettingChanged(double value)
-{
-    emit setOven1TempSetpoint(value);
-}
-
-void VelutraController::slotOven1TempSettingRangeChanged(double first, double second)
-{
-    emit setOven1TempSetpointRange(first, second);
-}
-
-void VelutraController::slotOven1TempActualChanged(double value)
-{
-    emit setOven1TempActual(value);
-}
-
-void VelutraController::slotOven2TempSettingChanged(double value)
-{
-    emit setOven2TempSetpoint(value);
-}
-
-void VelutraController::slotOven2TempSettingRangeChanged(double first, double second)
-{
-    emit setOven2TempSetpointRange(first, second);
-}
-
-void VelutraController::slotOven2TempActualChanged(double value)
-{
-    emit setOven2TempActual(value);
-}
-
 // ---- Crystal -------------------------------------------------------------------------------
 
 void VelutraController::crystalSpotSliderChanged(double spot)
@@ -180,21 +145,6 @@ void VelutraController::crystalSpotSliderChanged(double spot)
     sendOperatorCommand(tr("move the crystal to spot %1").arg(VelutraCommands::truncateToInt(spot)),
                         VelutraCommands::setCrystalSpot(spot),
                         &VelutraResponseDecoder::markStale_HGCrystalCurSpot);
-}
-
-void VelutraController::slotHGCrystalCurSpotChanged(int value)
-{
-    emit setCrystalPosition(value);
-}
-
-void VelutraController::slotHGCrystalCurRuntimeChanged(quint64 seconds)
-{
-    emit setCrystalCurRuntime(seconds);
-}
-
-void VelutraController::slotHGCrystalMaxRuntimeChanged(quint64 seconds)
-{
-    emit setCrystalMaxRuntime(seconds);
 }
 
 void VelutraController::slotHGCrystalAllRuntimesChanged(const QMap<int, quint64> &runtimes)
@@ -209,16 +159,6 @@ void VelutraController::slotHGCrystalAllRuntimesChanged(const QMap<int, quint64>
 
 // ---- Humidity and digital gate ---------------------------------------------------------------
 
-void VelutraController::slotHumidityActualChanged(int value)
-{
-    emit setHumidityMonitor(value);
-}
-
-void VelutraController::slotDigitalGateChanged(int value)
-{
-    emit setDigitalGate(value);
-}
-
 void VelutraController::digitalGateModeChanged(int mode)
 {
     // The gate answers at once; unlike a rate change there is nothing to wait for.
@@ -230,37 +170,12 @@ void VelutraController::digitalGateModeChanged(int mode)
 
 // ---- Dynamic wavelength switching ----------------------------------------------------------
 
-void VelutraController::slotDynamicWavelengthFeatureChanged(int value)
-{
-    emit setDynamicWavelengthFeature(value);
-}
-
 void VelutraController::dynamicWavelengthFeatureChanged(int enabled)
 {
     sendOperatorCommand(enabled != 0 ? tr("enable dynamic wavelength switching")
                                      : tr("disable dynamic wavelength switching"),
                         VelutraCommands::setDynamicWavelengthEnabled(enabled),
                         &VelutraResponseDecoder::markStale_DynamicWavelengthEnabled);
-}
-
-void VelutraController::slotDynamicWLS_IRChanged(double value)
-{
-    showDynamicWavelengthEnergy(0, value);
-}
-
-void VelutraController::slotDynamicWLS_GreenChanged(double value)
-{
-    showDynamicWavelengthEnergy(1, value);
-}
-
-void VelutraController::slotDynamicWLS_UVChanged(double value)
-{
-    showDynamicWavelengthEnergy(2, value);
-}
-
-void VelutraController::slotDynamicWLS_DUVChanged(double value)
-{
-    showDynamicWavelengthEnergy(3, value);
 }
 
 void VelutraController::dynamicWLS_SaveSetpoint(int wavelength, double microjoules)
