@@ -477,9 +477,11 @@ private:
     void recomputeOutputRate();
     // Shows what a frequency index selects: its rate, its divider and the output rate.
     void applyFrequencyIndex(int index);
-    // "e_freq" for a found list index, said in words in the log, then the delayed
-    // digital-output query.
-    void sendFrequencyIndex(int index, const QString &request);
+    // "e_freq" for the index whose entry in list (rates or dividers) matches wanted, said in
+    // words in the log with the entry, then the delayed digital-output query; only a log line
+    // when no entry matches. Both texts take the value, shown with the given decimals.
+    void sendFrequencyIndexOf(const QMap<int, double> &list, double wanted, int decimals,
+                              const QString &noneOffered, const QString &request);
 
     double m_powerSetting_nJ = 0.0;
     double m_powerSettingPercent = 0.0;

@@ -176,29 +176,17 @@ void VelutraController::powerIndexChanged(int index)
 
 void VelutraController::repRateChanged(double kilohertz)
 {
-    const int index = findIndex(m_frequencyList, kilohertz);
-    if (index < 0) {
-        logOperatorRequest(tr("repetition rate %1 kHz is none the laser offers; nothing sent")
-                                   .arg(kilohertz, 0, 'f', 3));
-        return;
-    }
-    sendFrequencyIndex(
-            index,
-            tr("set repetition rate to %1 kHz").arg(m_frequencyList.value(index), 0, 'f', 3));
+    sendFrequencyIndexOf(m_frequencyList, kilohertz, 3,
+                         tr("repetition rate %1 kHz is none the laser offers; nothing sent"),
+                         tr("set repetition rate to %1 kHz"));
 }
 
 void VelutraController::repRateDividerChanged(double divider)
 {
     // Rate and divider are two views of one table row: the device selects both by its index.
-    const int index = findIndex(m_divisionList, divider);
-    if (index < 0) {
-        logOperatorRequest(tr("repetition rate divider %1 is none the laser offers; nothing sent")
-                                   .arg(divider, 0, 'f', 0));
-        return;
-    }
-    sendFrequencyIndex(
-            index,
-            tr("set repetition rate divider to %1").arg(m_divisionList.value(index), 0, 'f', 0));
+    sendFrequencyIndexOf(m_divisionList, divider, 0,
+                         tr("repetition rate divider %1 is none the laser offers; nothing sent"),
+                         tr("set repetition rate divider to %1"));
 }
 
 void VelutraController::repRateScaleIndexChanged(int index)
@@ -233,9 +221,17 @@ void VelutraController::applyFrequencyIndex(int index)
     recomputeOutputRate();
 }
 
-void VelutraController::sendFrequencyIndex(int index, const QString &request)
+void VelutraController::sendFrequencyIndexOf(const QMap<int, double> &list, double wanted,
+                                             int decimals, const QString &noneOffered,
+                                             const QString &request)
 {
-    sendOperatorCommand(request, VelutraCommands::setFrequencyIndex(index),
+    const int index = findIndex(list, wanted);
+    if (index < 0) {
+        logOperatorRequest(noneOffered.arg(wanted, 0, 'f', decimals));
+        return;
+    }
+    sendOperatorCommand(request.arg(list.value(index), 0, 'f', decimals),
+                        VelutraCommands::setFrequencyIndex(index),
                         &VelutraResponseDecoder::markStale_FrequencyIndex);
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
