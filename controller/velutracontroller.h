@@ -511,6 +511,11 @@ private:
     // What the operator asked for, in words with value and unit, and the command text that
     // carries it: one line in the operator's log, then the command on the queue.
     void sendOperatorCommand(const QString &request, const QString &command, StaleMark markStale);
+    // The same for a value the operator set: request takes the value, shown with the given
+    // decimals, and command makes the command text from it. A value that is not a number is
+    // neither logged nor sent.
+    void sendOperatorValue(const QString &request, double value, int decimals,
+                           QString (*command)(double), StaleMark markStale);
     void logOperatorRequest(const QString &request, const QString &command = QString());
     // Changes of the operating state and of the error and warning lamps, of the output
     // enable, and of the module's error, as the device reports them.

@@ -126,12 +126,9 @@ void VelutraController::oven1SetpointChanged(double celsius)
 
 void VelutraController::oven2SetpointChanged(double celsius)
 {
-    if (!std::isfinite(celsius)) {
-        return;
-    }
-    sendOperatorCommand(tr("set the THG oven set-point to %1 °C").arg(celsius, 0, 'f', 1),
-                        VelutraCommands::oven2Setpoint(celsius),
-                        &VelutraResponseDecoder::markStale_Oven2TemperatureSetpoint);
+    sendOperatorValue(tr("set the THG oven set-point to %1 °C"), celsius, 1,
+                      &VelutraCommands::oven2Setpoint,
+                      &VelutraResponseDecoder::markStale_Oven2TemperatureSetpoint);
 }
 
 // ---- Crystal -------------------------------------------------------------------------------

@@ -151,22 +151,14 @@ void VelutraController::slotOutputFrequencyChanged(double value)
 
 void VelutraController::power_uJ_Changed(double microjoules)
 {
-    if (!std::isfinite(microjoules)) {
-        return;
-    }
-    sendOperatorCommand(tr("set energy to %1 µJ").arg(microjoules, 0, 'f', 2),
-                        VelutraCommands::setPower_uJ(microjoules),
-                        &VelutraResponseDecoder::markStale_PowerSetpoint_nJ);
+    sendOperatorValue(tr("set energy to %1 µJ"), microjoules, 2, &VelutraCommands::setPower_uJ,
+                      &VelutraResponseDecoder::markStale_PowerSetpoint_nJ);
 }
 
 void VelutraController::powerPercentChanged(double percent)
 {
-    if (!std::isfinite(percent)) {
-        return;
-    }
-    sendOperatorCommand(tr("set energy to %1 %").arg(percent, 0, 'f', 2),
-                        VelutraCommands::setPowerPercent(percent),
-                        &VelutraResponseDecoder::markStale_PowerSetpoint_Percent);
+    sendOperatorValue(tr("set energy to %1 %"), percent, 2, &VelutraCommands::setPowerPercent,
+                      &VelutraResponseDecoder::markStale_PowerSetpoint_Percent);
 }
 
 void VelutraController::powerIndexChanged(int index)
