@@ -59,6 +59,9 @@ constexpr SystemTypeName SystemTypeNames[] = {
 const char *const DecoderSignalsWithoutSlot[] = {
         // A laser without the digital gate simply never reports one; nothing to do.
         "sigDigitalGateNotSupported",
+        // The s7 record's ready flag: the status byte and the system state of the same
+        // record say all the panel shows about readiness.
+        "sigiVelutraXPReadyChanged",
 };
 
 // View change signals whose controller slot is not named like them.
@@ -79,49 +82,60 @@ const char *const InternalViewSignals[] = {
 };
 
 // Controller signals the name-driven wiring leaves out, and where each one goes instead.
-enum class Receiver { RemoteControl, View };
-struct RoutedSignal
+using BoolSignal = void (VelutraController::*)(bool);
+struct RemoteControlRoute
 {
-    const char *controllerSignal;
-    Receiver receiver;
-    const char *receiverSlot;
+    BoolSignal signal;
+    void (VelutraRemoteControl::*slot)(bool);
+};
+struct ViewRoute
+{
+    BoolSignal signal;
+    void (VelutraView::*slot)(bool);
 };
 // clang-format off
-constexpr RoutedSignal RoutedSignals[] = {
-    // The operating-state buttons live in the remote control, under names of their own.
-    {"enableOutEnable(bool)",       Receiver::RemoteControl, "enableOutEnable(bool)"},
-    {"enableLaserOn(bool)",         Receiver::RemoteControl, "enableLaserOn(bool)"},
-    {"enableStandby(bool)",         Receiver::RemoteControl, "enableStandby(bool)"},
-    {"enableListen(bool)",          Receiver::RemoteControl, "enableListen(bool)"},
-    {"setOutEnableOn(bool)",        Receiver::RemoteControl, "setOutEnable(bool)"},
-    {"setOutEnableOnFlash(bool)",   Receiver::RemoteControl, "setOutEnableFlashing(bool)"},
-    {"setOutEnableOnVisible(bool)", Receiver::RemoteControl, "setOutEnableVisible(bool)"},
-    {"setLaserOn(bool)",            Receiver::RemoteControl, "setLaserOn(bool)"},
-    {"setLaserOnFlash(bool)",       Receiver::RemoteControl, "setLaserOnFlashing(bool)"},
-    {"setStandby(bool)",            Receiver::RemoteControl, "setStandby(bool)"},
-    {"setStandbyFlash(bool)",       Receiver::RemoteControl, "setStandbyFlashing(bool)"},
-    {"setListen(bool)",             Receiver::RemoteControl, "setListen(bool)"},
-    // The signal names keep an old misspelling; the view's slots are spelt right.
-    {"setTemperatureVisibilty1(bool)",  Receiver::View, "setTemperatureVisibility1(bool)"},
-    {"setTemperatureVisibilty2(bool)",  Receiver::View, "setTemperatureVisibility2(bool)"},
-    {"setTemperatureVisibilty3(bool)",  Receiver::View, "setTemperatureVisibility3(bool)"},
-    {"setTemperatureVisibilty4(bool)",  Receiver::View, "setTemperatureVisibility4(bool)"},
-    {"setTemperatureVisibilty5(bool)",  Receiver::View, "setTemperatureVisibility5(bool)"},
-    {"setTemperatureVisibilty6(bool)",  Receiver::View, "setTemperatureVisibility6(bool)"},
-    {"setTemperatureVisibilty7(bool)",  Receiver::View, "setTemperatureVisibility7(bool)"},
-    {"setTemperatureVisibilty8(bool)",  Receiver::View, "setTemperatureVisibility8(bool)"},
-    {"setTemperatureVisibilty9(bool)",  Receiver::View, "setTemperatureVisibility9(bool)"},
-    {"setTemperatureVisibilty10(bool)", Receiver::View, "setTemperatureVisibility10(bool)"},
+// The operating-state buttons live in the remote control, under names of their own.
+constexpr RemoteControlRoute RemoteControlRoutes[] = {
+    {&VelutraController::enableOutEnable,       &VelutraRemoteControl::enableOutEnable},
+    {&VelutraController::enableLaserOn,         &VelutraRemoteControl::enableLaserOn},
+    {&VelutraController::enableStandby,         &VelutraRemoteControl::enableStandby},
+    {&VelutraController::enableListen,          &VelutraRemoteControl::enableListen},
+    {&VelutraController::setOutEnableOn,        &VelutraRemoteControl::setOutEnable},
+    {&VelutraController::setOutEnableOnFlash,   &VelutraRemoteControl::setOutEnableFlashing},
+    {&VelutraController::setOutEnableOnVisible, &VelutraRemoteControl::setOutEnableVisible},
+    {&VelutraController::setLaserOn,            &VelutraRemoteControl::setLaserOn},
+    {&VelutraController::setLaserOnFlash,       &VelutraRemoteControl::setLaserOnFlashing},
+    {&VelutraController::setStandby,            &VelutraRemoteControl::setStandby},
+    {&VelutraController::setStandbyFlash,       &VelutraRemoteControl::setStandbyFlashing},
+    {&VelutraController::setListen,             &VelutraRemoteControl::setListen},
 };
-// clang-format on
+// The signal names keep an old misspelling; the view's slots are spelt right.
+constexpr ViewRoute MisspeltViewRoutes[] = {
+    {&VelutraController::setTemperatureVisibilty1,  &VelutraView::setTemperatureVisibility1},
+    {&VelutraController::setTemperatureVisibilty2,  &VelutraView::setTemperatureVisibility2},
+    {&VelutraController::setTemperatureVisibilty3,  &VelutraView::setTemperatureVisibility3},
+    {&VelutraController::setTemperatureVisibilty4,  &VelutraView::setTemperatureVisibility4},
+    {&VelutraController::setTemperatureVisibilty5,  &VelutraView::setTemperatureVisibility5},
+    {&VelutraController::setTemperatureVisibilty6,  &VelutraView::setTemperatureVisibility6},
+    {&VelutraController::setTemperatureVisibilty7,  &VelutraView::setTemperatureVisibility7},
+    {&VelutraController::setTemperatureVisibilty8,  &VelutraView::setTemperatureVisibility8},
+    {&VelutraController::setTemperatureVisibilty9,  &VelutraView::setTemperatureVisibility9},
+    {&VelutraController::setTemperatureVisibilty10, &VelutraView::setTemperatureVisibility10},
+};
 
 // The remote control's buttons and the controller slots that turn them into commands.
-constexpr RenamedViewSignal RemoteButtons[] = {
-        {"outEnableChanged(bool)", "outEnableChanged(bool)"},
-        {"laserOnChanged(bool)", "laserOnChanged(bool)"},
-        {"standbyChanged(bool)", "standbyChanged(bool)"},
-        {"listenChanged(bool)", "listenChanged(bool)"},
+struct RemoteButton
+{
+    void (VelutraRemoteControl::*button)(bool);
+    void (VelutraController::*slot)(bool);
 };
+constexpr RemoteButton RemoteButtons[] = {
+    {&VelutraRemoteControl::outEnableChanged, &VelutraController::outEnableChanged},
+    {&VelutraRemoteControl::laserOnChanged,   &VelutraController::laserOnChanged},
+    {&VelutraRemoteControl::standbyChanged,   &VelutraController::standbyChanged},
+    {&VelutraRemoteControl::listenChanged,    &VelutraController::listenChanged},
+};
+// clang-format on
 
 template<typename Table>
 bool isListed(const Table &table, const QByteArray &name)
@@ -145,12 +159,6 @@ bool connectBySignature(QObject *sender, const QMetaMethod &signal, QObject *rec
         return false;
     }
     return bool(QObject::connect(sender, signal, receiver, meta->method(index)));
-}
-
-QMetaMethod signalOf(const QObject *object, const char *signature)
-{
-    const QMetaObject *meta = object->metaObject();
-    return meta->method(meta->indexOfSignal(QMetaObject::normalizedSignature(signature)));
 }
 
 QSettings controllerSettings()
@@ -238,9 +246,11 @@ const QStringList &VelutraController::signalsWithoutViewSlot()
 {
     static const QStringList s_names = [] {
         QStringList names;
-        for (const RoutedSignal &routed : RoutedSignals) {
-            const QByteArray signature(routed.controllerSignal);
-            names.append(QString::fromLatin1(signature.left(signature.indexOf('('))));
+        for (const RemoteControlRoute &route : RemoteControlRoutes) {
+            names.append(QString::fromLatin1(QMetaMethod::fromSignal(route.signal).name()));
+        }
+        for (const ViewRoute &route : MisspeltViewRoutes) {
+            names.append(QString::fromLatin1(QMetaMethod::fromSignal(route.signal).name()));
         }
         return names;
     }();
@@ -275,35 +285,22 @@ void VelutraController::wireHandler()
     if (!m_serialHandler) {
         return;
     }
-    // By signature, like the rest of the wiring, so that a test can find each connection.
-    const struct
-    {
-        QObject *sender;
-        const char *signal;
-        QObject *receiver;
-        const char *slot;
-    } connections[] = {
-            {this, SIGNAL(sigAddMonitorCommand(QString)), m_serialHandler,
-             SLOT(slotAddMonitorCommand(QString))},
-            {this, SIGNAL(sigDelMonitorCommand(QString)), m_serialHandler,
-             SLOT(slotDelMonitorCommand(QString))},
-            {this, SIGNAL(sigClrAllMonitorCommands()), m_serialHandler,
-             SLOT(slotClrAllMonitorCommands())},
-            {this, SIGNAL(sigAppendSettingsCommand(QString)), m_serialHandler,
-             SLOT(slotAppendSettingsCommand(QString))},
-            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), this,
-             SLOT(slotConnectedStatus(bool))},
-            {m_serialHandler, SIGNAL(sigConnectedStatus(bool)), m_decoder,
-             SLOT(slotConnectedStatus(bool))},
-            {m_serialHandler, SIGNAL(sigLineReceived(QByteArray)), m_decoder,
-             SLOT(slotLineReceived(QByteArray))},
-    };
-    for (const auto &connection : connections) {
-        if (!connect(connection.sender, connection.signal, connection.receiver, connection.slot)) {
-            qCWarning(lcController, "VelutraController: could not connect %s to %s",
-                      connection.signal + 1, connection.slot + 1);
-        }
-    }
+    VelutraSerialHandler *handler = m_serialHandler;
+    connect(this, &VelutraController::sigAddMonitorCommand, handler,
+            &VelutraSerialHandler::slotAddMonitorCommand);
+    connect(this, &VelutraController::sigDelMonitorCommand, handler,
+            &VelutraSerialHandler::slotDelMonitorCommand);
+    connect(this, &VelutraController::sigClrAllMonitorCommands, handler,
+            &VelutraSerialHandler::slotClrAllMonitorCommands);
+    connect(this, &VelutraController::sigAppendSettingsCommand, handler,
+            qOverload<const QString &>(&VelutraSerialHandler::slotAppendSettingsCommand));
+    // The controller hears of the link first, then the decoder.
+    connect(handler, &VelutraSerialHandler::sigConnectedStatus, this,
+            &VelutraController::slotConnectedStatus);
+    connect(handler, &VelutraSerialHandler::sigConnectedStatus, m_decoder,
+            &VelutraResponseDecoder::slotConnectedStatus);
+    connect(handler, &VelutraSerialHandler::sigLineReceived, m_decoder,
+            &VelutraResponseDecoder::slotLineReceived);
 }
 
 void VelutraController::buildPanel()
@@ -350,22 +347,11 @@ void VelutraController::wirePanel()
                       signal.methodSignature().constData());
         }
     }
-    for (const RoutedSignal &routed : RoutedSignals) {
-        QObject *receiver = nullptr;
-        switch (routed.receiver) {
-        case Receiver::RemoteControl:
-            receiver = m_remoteControl;
-            break;
-        case Receiver::View:
-            receiver = m_view;
-            break;
-        }
-        if (receiver
-            && !connectBySignature(this, signalOf(this, routed.controllerSignal), receiver,
-                                   routed.receiverSlot)) {
-            qCWarning(lcController, "VelutraController: %s has no slot %s",
-                      receiver->metaObject()->className(), routed.receiverSlot);
-        }
+    for (const RemoteControlRoute &route : RemoteControlRoutes) {
+        connect(this, route.signal, m_remoteControl.data(), route.slot);
+    }
+    for (const ViewRoute &route : MisspeltViewRoutes) {
+        connect(this, route.signal, m_view.data(), route.slot);
     }
 
     const QMetaObject *viewMeta = m_view->metaObject();
@@ -387,12 +373,8 @@ void VelutraController::wirePanel()
         }
     }
 
-    for (const RenamedViewSignal &button : RemoteButtons) {
-        if (!connectBySignature(m_remoteControl, signalOf(m_remoteControl, button.viewSignal), this,
-                                button.controllerSlot)) {
-            qCWarning(lcController, "VelutraController: the remote control's %s is not wired",
-                      button.viewSignal);
-        }
+    for (const RemoteButton &button : RemoteButtons) {
+        connect(m_remoteControl.data(), button.button, this, button.slot);
     }
 }
 
@@ -413,8 +395,8 @@ void VelutraController::wakeMainLoop()
 
 bool VelutraController::mainLoopIsSettled() const
 {
-    const bool linkAsExpected
-            = (m_mainLoopState == 1 && !m_connected) || (m_mainLoopState == 2 && m_connected);
+    const bool linkAsExpected = (m_mainLoopState == MainLoopState::WaitForLink && !m_connected)
+                                || (m_mainLoopState == MainLoopState::Connected && m_connected);
     return linkAsExpected && !m_unhandledLineEpisode.isActive() && !m_parsingErrorEpisode.isActive()
            && !m_moduleWarningEpisode.isActive();
 }
@@ -425,32 +407,25 @@ void VelutraController::slotMainLoop()
     m_parsingErrorEpisode.poll();
     m_moduleWarningEpisode.poll();
     switch (m_mainLoopState) {
-    case 0:
+    case MainLoopState::InstallBaseList:
         buildPanel();
         installBaseMonitorList();
-        m_mainLoopState = 1;
+        m_mainLoopState = MainLoopState::WaitForLink;
         break;
-    case 1:
+    case MainLoopState::WaitForLink:
         if (m_connected) {
-            if (m_panelWidget) {
-                m_panelWidget->setEnabled(true);
-            }
+            setPanelEnabled(true);
             queueSettings(VelutraCommands::debugOutputQuery());
             queueSettings(VelutraCommands::registerDumpStartQuery());
             queueSettings(VelutraCommands::registerDumpEndQuery());
-            m_mainLoopState = 2;
+            m_mainLoopState = MainLoopState::Connected;
         }
         break;
-    case 2:
+    case MainLoopState::Connected:
         if (!m_connected) {
-            if (m_panelWidget) {
-                m_panelWidget->setEnabled(false);
-            }
-            m_mainLoopState = 0;
+            setPanelEnabled(false);
+            m_mainLoopState = MainLoopState::InstallBaseList;
         }
-        break;
-    default:
-        m_mainLoopState = 0;
         break;
     }
     if (mainLoopIsSettled()) {
@@ -460,13 +435,20 @@ void VelutraController::slotMainLoop()
     }
 }
 
+void VelutraController::setPanelEnabled(bool enabled)
+{
+    if (m_panelWidget) {
+        m_panelWidget->setEnabled(enabled);
+    }
+}
+
 void VelutraController::installBaseMonitorList()
 {
     emit sigClrAllMonitorCommands();
     // The module lists went with the clear; the device reports its module again after the
     // reconnection and the lists come back then.
     m_installedModuleColumn = -1;
-    m_hgModuleKind = 0;
+    m_hgModuleKind = VelutraHgModuleKind::None;
     m_dynamicWavelengthSupported = false;
     forgetAuditedState();
 
@@ -604,7 +586,7 @@ void VelutraController::slotExistsTHGiModule(bool)
 
 void VelutraController::installModuleList(int column)
 {
-    for (int step = 1; step <= VelutraModuleColumns::StepCount; ++step) {
+    for (VelutraModuleSetupStep step : VelutraModuleColumns::SetupSteps) {
         runModuleStep(step, column);
     }
     m_installedModuleColumn = column;
@@ -612,19 +594,20 @@ void VelutraController::installModuleList(int column)
 
 void VelutraController::emitModuleVisibilitySteps(int column)
 {
-    for (int step : VelutraModuleColumns::VisibilitySteps) {
+    for (VelutraModuleSetupStep step : VelutraModuleColumns::VisibilitySteps) {
         runModuleStep(step, column);
     }
 }
 
-void VelutraController::runModuleStep(int step, int column)
+void VelutraController::runModuleStep(VelutraModuleSetupStep step, int column)
 {
+    using Step = VelutraModuleSetupStep;
     const VelutraModuleColumn &kind = VelutraModuleColumns::column(column);
     switch (step) {
-    case 1:
+    case Step::QueryOutputConfiguration:
         queueSettings(VelutraCommands::moduleOutputConfigQuery());
         break;
-    case 2:
+    case Step::ShowModuleControls:
         emit setWavelengthSelectorComboVisibility(true);
         emit setHGModuleInfoVisibility(true);
         emit setHGSettingsPageVisibility(true);
@@ -632,45 +615,45 @@ void VelutraController::runModuleStep(int step, int column)
         emit setHumidityFaultIndicatorVisibility(true);
         emit setErrorcodeHGIndicatorVisible(true);
         break;
-    case 3:
+    case Step::ShowHumidityMonitor:
         emit setHumidityMonitorVisibility(kind.humidityMonitorVisible);
         break;
-    case 4:
+    case Step::PollHumidity:
         if (kind.pollsHumidity) {
             queueMonitor(VelutraCommands::humidityQuery());
         }
         break;
-    case 5:
+    case Step::HideOvenMode:
         emit setOvenModeVisibility(false);
         break;
-    case 6:
+    case Step::PollModuleEnable:
         queueMonitor(kind.enableQuery());
         break;
-    case 7:
+    case Step::ShowOven1:
         emit setOven1TempSetpointVisibility(true);
         emit setOven1TempActualVisibility(true);
         break;
-    case 8:
+    case Step::ShowOven2:
         emit setOven2TempSetpointVisibility(kind.oven2Visible);
         emit setOven2TempActualVisibility(kind.oven2Visible);
         break;
-    case 9:
+    case Step::PollOvenTemperatures:
         queueMonitor(VelutraCommands::ovenSetpointQuery());
         queueMonitor(VelutraCommands::ovenTemperatureQuery());
         break;
-    case 10:
+    case Step::QueryDynamicWavelengthSupport:
         queueSettings(VelutraCommands::dynamicWavelengthFeatureQuery());
         break;
-    case 11:
+    case Step::ShowOutputEnable:
         emit setOutEnableOnVisible(true);
         break;
-    case 12:
+    case Step::PollOutputEnable:
         queueMonitor(VelutraCommands::outputQuery());
         break;
-    case 13:
+    case Step::ShowCrystalPosition:
         emit setCrystalPositionVisibility(kind.crystalPositionVisible);
         break;
-    case 14:
+    case Step::PollCrystal:
         if (kind.pollsCrystal) {
             queueMonitor(VelutraCommands::crystalAllRuntimesQuery());
             queueMonitor(VelutraCommands::crystalCurrentSpotQuery());
@@ -678,17 +661,15 @@ void VelutraController::runModuleStep(int step, int column)
             queueMonitor(VelutraCommands::crystalMaxRuntimeQuery());
         }
         break;
-    case 15:
+    case Step::PollModuleStatus:
         queueMonitor(VelutraCommands::moduleWavelengthQuery());
         queueMonitor(VelutraCommands::moduleStatusQuery());
         queueMonitor(VelutraCommands::moduleErrorcodeQuery());
         queueMonitor(VelutraCommands::moduleOutputPowerQuery());
         queueMonitor(VelutraCommands::moduleRuntimeQuery());
         break;
-    case 16:
+    case Step::RecordModuleKind:
         m_hgModuleKind = kind.moduleKind;
-        break;
-    default:
         break;
     }
 }
@@ -741,7 +722,8 @@ void VelutraController::slotDebuggingStatusChanged(bool value)
 {
     // Debug output would interleave with the replies the decoder expects: switch it off.
     if (value) {
-        sendSetCommand(VelutraCommands::debugOutputOff(), "DebuggingStatus");
+        sendSetCommand(VelutraCommands::debugOutputOff(),
+                       &VelutraResponseDecoder::markStale_DebuggingStatus);
     }
 }
 
@@ -800,15 +782,12 @@ void VelutraController::queueMonitor(const QString &command)
     emit sigAddMonitorCommand(command);
 }
 
-void VelutraController::sendSetCommand(const QString &command, const char *staleGroup)
+void VelutraController::sendSetCommand(const QString &command, StaleMark markStale)
 {
     // The device may refuse or clamp the value: forgetting what was last shown makes the next
     // reply repaint the control even when the device kept its old value.
-    if (staleGroup) {
-        const QByteArray slot = QByteArray("markStale_") + staleGroup;
-        if (!QMetaObject::invokeMethod(m_decoder, slot.constData(), Qt::DirectConnection)) {
-            qCWarning(lcController, "VelutraController: the decoder has no %s()", slot.constData());
-        }
+    if (markStale) {
+        (m_decoder->*markStale)();
     }
     emit sigAppendSettingsCommand(command);
 }

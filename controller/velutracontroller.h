@@ -2,6 +2,7 @@
 #define VELUTRACONTROLLER_H
 
 #include "logepisode.h"
+#include "velutramodulecolumns.h"
 #include "velutrasystemstate.h"
 
 #include <QByteArray>
@@ -53,6 +54,9 @@ public:
     static const QStringList &signalsWithoutViewSlot();
 
 public slots:
+    // Slots that only pass a value on to the panel, whichever group lists them here, are
+    // defined in velutracontroller_relay.cpp; the files named below hold the decisions.
+
     // ---- Life cycle, detection, polling lists (velutracontroller.cpp) ----------------------
     void slotConnectedStatus(bool connected);
     void slotMainLoop();
@@ -163,7 +167,6 @@ public slots:
     void slotiOperationModeChanged(int value);
     void slotiLaserEmmisionChanged(int value);
     void slotiShutterOnOffChanged(int value);
-    void slotiVelutraXPReadyChanged(int value);
     void slotiLaserPowerSetAOMChanged(int value);
     void slotiFrequencyDividerAOMChanged(int value);
     void slotiFrequencyIndexPCAOMinitChanged(int value);
@@ -403,6 +406,14 @@ signals:
 
 private:
     // ---- Shared state (velutracontroller.cpp) -----------------------------------------------
+    // The main loop's turns: the base polling list goes in while the link is down, the
+    // one-shot queries go out once it comes up, and a lost link starts over with the base list.
+    enum class MainLoopState {
+        InstallBaseList,
+        WaitForLink,
+        Connected,
+    };
+
     static LogEpisode deviceLineEpisode(const QString &subject);
     static QString clippedLine(const QByteArray &line);
     void wireDecoder();
@@ -413,18 +424,22 @@ private:
     // Schedules the loop's next turn unless one is already due.
     void wakeMainLoop();
     bool mainLoopIsSettled() const;
+    void setPanelEnabled(bool enabled);
     void installModuleList(int column);
     void emitModuleVisibilitySteps(int column);
-    void runModuleStep(int step, int column);
+    void runModuleStep(VelutraModuleSetupStep step, int column);
     bool runFirmwareIdCheck();
     void loadSettings();
     void saveSettings() const;
     void queueSettings(const QString &command);
     void queueMonitor(const QString &command);
-    // Queues a set command and marks the decoder's published copy of staleGroup (the stem of
-    // its publish_<group> slot) stale, so that the device's answer is shown even when it
-    // equals what was shown before the operator moved the control. staleGroup may be null.
-    void sendSetCommand(const QString &command, const char *staleGroup);
+    // One of the decoder's markStale_<group>() slots: the publish group whose published copy
+    // a set command makes doubtful.
+    using StaleMark = void (VelutraResponseDecoder::*)();
+    // Queues a set command and marks the decoder's published copy of a group stale, so that
+    // the device's answer is shown even when it equals what was shown before the operator
+    // moved the control. markStale may be null.
+    void sendSetCommand(const QString &command, StaleMark markStale);
 
     QWidget *m_mainWindow = nullptr;
     // The main window deletes the panel when the port closes, possibly before this object.
@@ -441,7 +456,7 @@ private:
     int m_repRateScaleIndex = 0;
     QString m_applicationName;
     int m_aomOperatingMode = 0;
-    int m_mainLoopState = 0;
+    MainLoopState m_mainLoopState = MainLoopState::InstallBaseList;
     // The loop's next turn. While the link stays as it is and no log episode waits to be
     // summed up, a turn has nothing to do; the loop then rests until the link changes or a
     // device line starts an episode, instead of waking the GUI thread a hundred times a second.
@@ -462,9 +477,11 @@ private:
     void recomputeOutputRate();
     // Shows what a frequency index selects: its rate, its divider and the output rate.
     void applyFrequencyIndex(int index);
-    // "e_freq" for a found list index, said in words in the log, then the delayed
-    // digital-output query.
-    void sendFrequencyIndex(int index, const QString &request);
+    // "e_freq" for the index whose entry in list (rates or dividers) matches wanted, said in
+    // words in the log with the entry, then the delayed digital-output query; only a log line
+    // when no entry matches. Both texts take the value, shown with the given decimals.
+    void sendFrequencyIndexOf(const QMap<int, double> &list, double wanted, int decimals,
+                              const QString &noneOffered, const QString &request);
 
     double m_powerSetting_nJ = 0.0;
     double m_powerSettingPercent = 0.0;
@@ -487,14 +504,18 @@ private:
     // Energy and percentage of one dynamic-wavelength default (0 IR, 1 green, 2 UV, 3 DUV).
     void showDynamicWavelengthEnergy(int wavelength, double microjoules);
 
-    int m_hgModuleKind = 0;
+    VelutraHgModuleKind m_hgModuleKind = VelutraHgModuleKind::None;
     QString m_hgModuleType;
 
     // ---- Audit trail (velutracontroller_audit.cpp) --------------------------------------------
     // What the operator asked for, in words with value and unit, and the command text that
     // carries it: one line in the operator's log, then the command on the queue.
-    void sendOperatorCommand(const QString &request, const QString &command,
-                             const char *staleGroup);
+    void sendOperatorCommand(const QString &request, const QString &command, StaleMark markStale);
+    // The same for a value the operator set: request takes the value, shown with the given
+    // decimals, and command makes the command text from it. A value that is not a number is
+    // neither logged nor sent.
+    void sendOperatorValue(const QString &request, double value, int decimals,
+                           QString (*command)(double), StaleMark markStale);
     void logOperatorRequest(const QString &request, const QString &command = QString());
     // Changes of the operating state and of the error and warning lamps, of the output
     // enable, and of the module's error, as the device reports them.

@@ -2,6 +2,8 @@
 
 #include "_applog.h"
 
+#include <cmath>
+
 namespace {
 
 // Bits of the status byte that the log follows (see velutracontroller_status.cpp).
@@ -59,10 +61,21 @@ LogEpisode VelutraController::moduleWarningEpisode()
 }
 
 void VelutraController::sendOperatorCommand(const QString &request, const QString &command,
-                                            const char *staleGroup)
+                                            StaleMark markStale)
 {
     logOperatorRequest(request, command);
-    sendSetCommand(command, staleGroup);
+    sendSetCommand(command, markStale);
+}
+
+void VelutraController::sendOperatorValue(const QString &request, double value, int decimals,
+                                          QString (*command)(double), StaleMark markStale)
+{
+    // Checked before the command is built: a command text made from NaN means nothing to the
+    // device, and truncating NaN to an integer is undefined.
+    if (!std::isfinite(value)) {
+        return;
+    }
+    sendOperatorCommand(request.arg(value, 0, 'f', decimals), command(value), markStale);
 }
 
 void VelutraController::logOperatorRequest(const QString &request, const QString &command)

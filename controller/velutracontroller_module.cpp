@@ -14,7 +14,6 @@ namespace {
 constexpr int s_systemTypeVelutra2 = 3;
 // The laser's wavelength register knows entries 0, 1 and 2 (see enableWavelengths).
 constexpr int s_laserWavelengthCount = 3;
-constexpr double s_nanojoulesPerMicrojoule = 1000.0;
 constexpr double s_milliwattsPerWatt = 1000.0;
 
 // The module's outputs in the order of its selector (ls_wavelength index), and the laser's
@@ -41,20 +40,21 @@ QString nameOf(const char *const (&names)[N], int index)
 struct DynamicWavelengthRow
 {
     // The decoder group whose published copy the reply to "ls_dwls_default?" feeds.
-    const char *staleGroup;
+    void (VelutraResponseDecoder::*markStale)();
     void (VelutraController::*energy)(double);
     void (VelutraController::*percent)(double);
 };
 
 constexpr DynamicWavelengthRow s_dynamicWavelengths[] = {
-        {"DynamicWLS_IR", &VelutraController::setDynamicWLS_IR_uJ,
+        {&VelutraResponseDecoder::markStale_DynamicWLS_IR, &VelutraController::setDynamicWLS_IR_uJ,
          &VelutraController::setDynamicWLS_IR_Percent},
-        {"DynamicWLS_Green", &VelutraController::setDynamicWLS_Green_uJ,
+        {&VelutraResponseDecoder::markStale_DynamicWLS_Green,
+         &VelutraController::setDynamicWLS_Green_uJ,
          &VelutraController::setDynamicWLS_Green_Percent},
-        {"DynamicWLS_UV", &VelutraController::setDynamicWLS_UV_uJ,
+        {&VelutraResponseDecoder::markStale_DynamicWLS_UV, &VelutraController::setDynamicWLS_UV_uJ,
          &VelutraController::setDynamicWLS_UV_Percent},
-        {"DynamicWLS_DUV", &VelutraController::setDynamicWLS_DUV_uJ,
-         &VelutraController::setDynamicWLS_DUV_Percent},
+        {&VelutraResponseDecoder::markStale_DynamicWLS_DUV,
+         &VelutraController::setDynamicWLS_DUV_uJ, &VelutraController::setDynamicWLS_DUV_Percent},
 };
 constexpr int s_dynamicWavelengthCount = 4;
 static_assert(sizeof(s_dynamicWavelengths) / sizeof(s_dynamicWavelengths[0])
@@ -69,7 +69,8 @@ void VelutraController::wavelengthSelectorComboChanged(int index)
 {
     // The module answers with the position of its piezo stage, which is the output selected.
     sendOperatorCommand(tr("select the module output %1").arg(nameOf(s_moduleOutputNames, index)),
-                        VelutraCommands::moduleWavelength(index), "PiezoPositionSetting");
+                        VelutraCommands::moduleWavelength(index),
+                        &VelutraResponseDecoder::markStale_PiezoPositionSetting);
 }
 
 void VelutraController::wavelengthChanged(int index)
@@ -95,11 +96,6 @@ void VelutraController::slotiWavelenghtVTXChanged(int value)
     emit setWavelengthSelector(value);
 }
 
-void VelutraController::slotPiezoPositionChanged(int value)
-{
-    emit setWavelengthSelectorCombo(value);
-}
-
 // ---- Ovens -----------------------------------------------------------------------------------
 
 void VelutraController::slotOvenModeChanged(int value)
@@ -112,7 +108,8 @@ void VelutraController::slotOvenModeChanged(int value)
 void VelutraController::ovenModeComboChanged(int index)
 {
     sendOperatorCommand(index != 0 ? tr("switch the ovens on") : tr("switch the ovens off"),
-                        VelutraCommands::ovenMode(index), "OvenMode");
+                        VelutraCommands::ovenMode(index),
+                        &VelutraResponseDecoder::markStale_OvenMode);
 }
 
 // A set-point that is not a number is never sent: "ls_temp_setpoint=nan" means nothing to
@@ -124,46 +121,14 @@ void VelutraController::oven1SetpointChanged(double celsius)
     }
     sendOperatorCommand(tr("set the SHG oven set-point to %1 °C").arg(celsius, 0, 'f', 1),
                         VelutraCommands::oven1Setpoint(celsius, m_hgModuleType),
-                        "Oven1TemperatureSetpoint");
+                        &VelutraResponseDecoder::markStale_Oven1TemperatureSetpoint);
 }
 
 void VelutraController::oven2SetpointChanged(double celsius)
 {
-    if (!std::isfinite(celsius)) {
-        return;
-    }
-    sendOperatorCommand(tr("set the THG oven set-point to %1 °C").arg(celsius, 0, 'f', 1),
-                        VelutraCommands::oven2Setpoint(celsius), "Oven2TemperatureSetpoint");
-}
-
-void VelutraController::slotOven1TempSettingChanged(double value)
-{
-    emit setOven1TempSetpoint(value);
-}
-
-void VelutraController::slotOven1TempSettingRangeChanged(double first, double second)
-{
-    emit setOven1TempSetpointRange(first, second);
-}
-
-void VelutraController::slotOven1TempActualChanged(double value)
-{
-    emit setOven1TempActual(value);
-}
-
-void VelutraController::slotOven2TempSettingChanged(double value)
-{
-    emit setOven2TempSetpoint(value);
-}
-
-void VelutraController::slotOven2TempSettingRangeChanged(double first, double second)
-{
-    emit setOven2TempSetpointRange(first, second);
-}
-
-void VelutraController::slotOven2TempActualChanged(double value)
-{
-    emit setOven2TempActual(value);
+    sendOperatorValue(tr("set the THG oven set-point to %1 °C"), celsius, 1,
+                      &VelutraCommands::oven2Setpoint,
+                      &VelutraResponseDecoder::markStale_Oven2TemperatureSetpoint);
 }
 
 // ---- Crystal -------------------------------------------------------------------------------
@@ -175,22 +140,8 @@ void VelutraController::crystalSpotSliderChanged(double spot)
         return;
     }
     sendOperatorCommand(tr("move the crystal to spot %1").arg(VelutraCommands::truncateToInt(spot)),
-                        VelutraCommands::setCrystalSpot(spot), "HGCrystalCurSpot");
-}
-
-void VelutraController::slotHGCrystalCurSpotChanged(int value)
-{
-    emit setCrystalPosition(value);
-}
-
-void VelutraController::slotHGCrystalCurRuntimeChanged(quint64 seconds)
-{
-    emit setCrystalCurRuntime(seconds);
-}
-
-void VelutraController::slotHGCrystalMaxRuntimeChanged(quint64 seconds)
-{
-    emit setCrystalMaxRuntime(seconds);
+                        VelutraCommands::setCrystalSpot(spot),
+                        &VelutraResponseDecoder::markStale_HGCrystalCurSpot);
 }
 
 void VelutraController::slotHGCrystalAllRuntimesChanged(const QMap<int, quint64> &runtimes)
@@ -205,57 +156,23 @@ void VelutraController::slotHGCrystalAllRuntimesChanged(const QMap<int, quint64>
 
 // ---- Humidity and digital gate ---------------------------------------------------------------
 
-void VelutraController::slotHumidityActualChanged(int value)
-{
-    emit setHumidityMonitor(value);
-}
-
-void VelutraController::slotDigitalGateChanged(int value)
-{
-    emit setDigitalGate(value);
-}
-
 void VelutraController::digitalGateModeChanged(int mode)
 {
     // The gate answers at once; unlike a rate change there is nothing to wait for.
     sendOperatorCommand(tr("set the digital gate logic to %1").arg(mode),
-                        VelutraCommands::setDigitalGate(mode), "DigitalGateSetting");
+                        VelutraCommands::setDigitalGate(mode),
+                        &VelutraResponseDecoder::markStale_DigitalGateSetting);
     queueSettings(VelutraCommands::digitalGateQuery());
 }
 
 // ---- Dynamic wavelength switching ----------------------------------------------------------
-
-void VelutraController::slotDynamicWavelengthFeatureChanged(int value)
-{
-    emit setDynamicWavelengthFeature(value);
-}
 
 void VelutraController::dynamicWavelengthFeatureChanged(int enabled)
 {
     sendOperatorCommand(enabled != 0 ? tr("enable dynamic wavelength switching")
                                      : tr("disable dynamic wavelength switching"),
                         VelutraCommands::setDynamicWavelengthEnabled(enabled),
-                        "DynamicWavelengthEnabled");
-}
-
-void VelutraController::slotDynamicWLS_IRChanged(double value)
-{
-    showDynamicWavelengthEnergy(0, value);
-}
-
-void VelutraController::slotDynamicWLS_GreenChanged(double value)
-{
-    showDynamicWavelengthEnergy(1, value);
-}
-
-void VelutraController::slotDynamicWLS_UVChanged(double value)
-{
-    showDynamicWavelengthEnergy(2, value);
-}
-
-void VelutraController::slotDynamicWLS_DUVChanged(double value)
-{
-    showDynamicWavelengthEnergy(3, value);
+                        &VelutraResponseDecoder::markStale_DynamicWavelengthEnabled);
 }
 
 void VelutraController::dynamicWLS_SaveSetpoint(int wavelength, double microjoules)
@@ -265,14 +182,14 @@ void VelutraController::dynamicWLS_SaveSetpoint(int wavelength, double microjoul
     }
     // A wavelength index the program has no row for still goes out (the module decides), but
     // no published copy belongs to it.
-    const char *staleGroup = wavelength >= 0 && wavelength < s_dynamicWavelengthCount
-                                     ? s_dynamicWavelengths[wavelength].staleGroup
-                                     : nullptr;
+    const auto markStale = wavelength >= 0 && wavelength < s_dynamicWavelengthCount
+                                   ? s_dynamicWavelengths[wavelength].markStale
+                                   : nullptr;
     sendOperatorCommand(tr("set the AOM energy level of %1 to %2 µJ")
                                 .arg(nameOf(s_moduleOutputNames, wavelength))
                                 .arg(microjoules, 0, 'f', 2),
                         VelutraCommands::setDynamicWavelengthDefault(wavelength, microjoules),
-                        staleGroup);
+                        markStale);
     queueSettings(VelutraCommands::dynamicWavelengthDefaultQuery());
 }
 
@@ -284,7 +201,7 @@ void VelutraController::showDynamicWavelengthEnergy(int wavelength, double micro
     // is 0 and the percentage infinite (NaN for an energy of 0): it is passed on as it is,
     // and the next value after a range report is right.
     emit(this->*row.percent)(100.0 * microjoules
-                             / (m_powerRangeSecond_nJ / s_nanojoulesPerMicrojoule));
+                             / (m_powerRangeSecond_nJ / VelutraCommands::NanojoulesPerMicrojoule));
 }
 
 // ---- Measured harmonic power -----------------------------------------------------------------

@@ -14,7 +14,6 @@ constexpr double s_baseClock_kHz = 80000.0;
 // The device expresses its power range as calibration slopes; 4000 over a slope is the
 // energy in nJ at full scale.
 constexpr double s_fullScaleUnits = 4000.0;
-constexpr double s_nanojoulesPerMicrojoule = 1000.0;
 // A rate or divider the operator picks matches a list entry closer than this.
 constexpr double s_listTolerance = 1.0;
 // The digital outputs follow a rate change only after the device has settled.
@@ -47,7 +46,7 @@ void VelutraController::slotfMeasuredLaserPowerChanged(double value)
 {
     // Zero, negative and NaN all read as "nothing measured". An infinite reading is shown as
     // it comes; with a zero rate its power in W is then NaN, which the view shows as such.
-    const double microjoules = value > 0.0 ? value / s_nanojoulesPerMicrojoule : 0.0;
+    const double microjoules = value > 0.0 ? value / VelutraCommands::NanojoulesPerMicrojoule : 0.0;
     const double watts = value > 0.0 ? microjoules * (m_outputFrequency / 1000.0) : 0.0;
     emit setPowerMeasuredIR_uJ(microjoules);
     emit setOutputPowerIRMeasuredW(watts);
@@ -58,7 +57,7 @@ void VelutraController::slotPowerSetting_nJ_Changed(double value)
     // Shown as it comes, NaN and infinities included: the view's control decides what it
     // can show, and nothing the controller sends is derived from this value.
     m_powerSetting_nJ = value;
-    emit setPowerSetpoint_uJ(m_powerSetting_nJ / s_nanojoulesPerMicrojoule);
+    emit setPowerSetpoint_uJ(m_powerSetting_nJ / VelutraCommands::NanojoulesPerMicrojoule);
 }
 
 void VelutraController::slotPowerSetting_percent_Changed(double value)
@@ -82,10 +81,10 @@ void VelutraController::slotPowerSetting_nJ_RangeChanged(double first, double se
     m_powerRangeFirst_nJ = first_nJ;
     m_powerRangeSecond_nJ = second_nJ;
     // The order is the device's, not ascending; the view sorts the ends itself.
-    emit setPowerRange_uJ(m_powerRangeFirst_nJ / s_nanojoulesPerMicrojoule,
-                          m_powerRangeSecond_nJ / s_nanojoulesPerMicrojoule);
+    emit setPowerRange_uJ(m_powerRangeFirst_nJ / VelutraCommands::NanojoulesPerMicrojoule,
+                          m_powerRangeSecond_nJ / VelutraCommands::NanojoulesPerMicrojoule);
     // A control whose range moved under it shows the setpoint again inside the new range.
-    emit setPowerSetpoint_uJ(m_powerSetting_nJ / s_nanojoulesPerMicrojoule);
+    emit setPowerSetpoint_uJ(m_powerSetting_nJ / VelutraCommands::NanojoulesPerMicrojoule);
 }
 
 void VelutraController::slotPowerSettingPercentRangeChanged(double first, double second)
@@ -152,20 +151,14 @@ void VelutraController::slotOutputFrequencyChanged(double value)
 
 void VelutraController::power_uJ_Changed(double microjoules)
 {
-    if (!std::isfinite(microjoules)) {
-        return;
-    }
-    sendOperatorCommand(tr("set energy to %1 µJ").arg(microjoules, 0, 'f', 2),
-                        VelutraCommands::setPower_uJ(microjoules), "PowerSetpoint_nJ");
+    sendOperatorValue(tr("set energy to %1 µJ"), microjoules, 2, &VelutraCommands::setPower_uJ,
+                      &VelutraResponseDecoder::markStale_PowerSetpoint_nJ);
 }
 
 void VelutraController::powerPercentChanged(double percent)
 {
-    if (!std::isfinite(percent)) {
-        return;
-    }
-    sendOperatorCommand(tr("set energy to %1 %").arg(percent, 0, 'f', 2),
-                        VelutraCommands::setPowerPercent(percent), "PowerSetpoint_Percent");
+    sendOperatorValue(tr("set energy to %1 %"), percent, 2, &VelutraCommands::setPowerPercent,
+                      &VelutraResponseDecoder::markStale_PowerSetpoint_Percent);
 }
 
 void VelutraController::powerIndexChanged(int index)
@@ -175,29 +168,17 @@ void VelutraController::powerIndexChanged(int index)
 
 void VelutraController::repRateChanged(double kilohertz)
 {
-    const int index = findIndex(m_frequencyList, kilohertz);
-    if (index < 0) {
-        logOperatorRequest(tr("repetition rate %1 kHz is none the laser offers; nothing sent")
-                                   .arg(kilohertz, 0, 'f', 3));
-        return;
-    }
-    sendFrequencyIndex(
-            index,
-            tr("set repetition rate to %1 kHz").arg(m_frequencyList.value(index), 0, 'f', 3));
+    sendFrequencyIndexOf(m_frequencyList, kilohertz, 3,
+                         tr("repetition rate %1 kHz is none the laser offers; nothing sent"),
+                         tr("set repetition rate to %1 kHz"));
 }
 
 void VelutraController::repRateDividerChanged(double divider)
 {
     // Rate and divider are two views of one table row: the device selects both by its index.
-    const int index = findIndex(m_divisionList, divider);
-    if (index < 0) {
-        logOperatorRequest(tr("repetition rate divider %1 is none the laser offers; nothing sent")
-                                   .arg(divider, 0, 'f', 0));
-        return;
-    }
-    sendFrequencyIndex(
-            index,
-            tr("set repetition rate divider to %1").arg(m_divisionList.value(index), 0, 'f', 0));
+    sendFrequencyIndexOf(m_divisionList, divider, 0,
+                         tr("repetition rate divider %1 is none the laser offers; nothing sent"),
+                         tr("set repetition rate divider to %1"));
 }
 
 void VelutraController::repRateScaleIndexChanged(int index)
@@ -211,7 +192,8 @@ void VelutraController::divisionChanged(double factor)
         return;
     }
     sendOperatorCommand(tr("set division factor to %1").arg(VelutraCommands::truncateToInt(factor)),
-                        VelutraCommands::setDivision(factor), "DivisionFactor");
+                        VelutraCommands::setDivision(factor),
+                        &VelutraResponseDecoder::markStale_DivisionFactor);
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
 }
@@ -231,9 +213,18 @@ void VelutraController::applyFrequencyIndex(int index)
     recomputeOutputRate();
 }
 
-void VelutraController::sendFrequencyIndex(int index, const QString &request)
+void VelutraController::sendFrequencyIndexOf(const QMap<int, double> &list, double wanted,
+                                             int decimals, const QString &noneOffered,
+                                             const QString &request)
 {
-    sendOperatorCommand(request, VelutraCommands::setFrequencyIndex(index), "FrequencyIndex");
+    const int index = findIndex(list, wanted);
+    if (index < 0) {
+        logOperatorRequest(noneOffered.arg(wanted, 0, 'f', decimals));
+        return;
+    }
+    sendOperatorCommand(request.arg(list.value(index), 0, 'f', decimals),
+                        VelutraCommands::setFrequencyIndex(index),
+                        &VelutraResponseDecoder::markStale_FrequencyIndex);
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
 }

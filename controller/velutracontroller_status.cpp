@@ -61,18 +61,8 @@ constexpr int s_outputDUV = 0x08;
 // continuously: marking it stale repaints the buttons and the mode from the next poll even
 // when the device ignored the command. The output-enable button follows the device's
 // "Laser output enabled/disabled" report.
-constexpr char s_statusRecordGroup[] = "s7";
-constexpr char s_outputEnableGroup[] = "AOMStatus";
-
-QString temperatureText(double celsius)
-{
-    return QString::number(celsius, 'f', 2);
-}
-
-QString counterText(int value)
-{
-    return QString::number(value);
-}
+constexpr auto s_statusRecordGroup = &VelutraResponseDecoder::markStale_s7;
+constexpr auto s_outputEnableGroup = &VelutraResponseDecoder::markStale_AOMStatus;
 
 } // namespace
 
@@ -182,19 +172,15 @@ void VelutraController::updateFlashing()
     }
 }
 
-void VelutraController::slotiShutterOnOffChanged(int value)
-{
-    emit setShutterIndicator(value != 0);
-}
-
 // ---- Harmonic module: fault flags, error code, output configuration -------------------------
 
 void VelutraController::slotHGStatusFlagsChanged(quint16 flags)
 {
     const VelutraHGStatusFlags::FaultBits bits
             = VelutraHGStatusFlags::faultBits(VelutraHGErrors::moduleVariant(m_hgModuleType));
-    // Only the third-harmonic list (kind 2) belongs to a module with a second oven.
-    const quint16 ovenBits = m_hgModuleKind == 2 ? bits.ovenFaultTwoOvens : bits.ovenFaultOneOven;
+    // Only the third-harmonic lists belong to a module with a second oven.
+    const quint16 ovenBits = m_hgModuleKind == VelutraHgModuleKind::Thg ? bits.ovenFaultTwoOvens
+                                                                        : bits.ovenFaultOneOven;
     emit setOvenFaultIndicator((flags & ovenBits) != 0);
     emit setHumidityFaultIndicator((flags & bits.humidityFault) != 0);
 }
@@ -250,121 +236,7 @@ void VelutraController::publishOutputConfig(quint8 config)
     emit setWavelengthSelectorComboItemVisibility(3, duv);
 }
 
-// ---- System information -----------------------------------------------------------------------
-
-void VelutraController::slotsHardwareVersionChanged(const QString &text)
-{
-    emit setHardwareVersion(text);
-}
-
-void VelutraController::slotsFirmwareVersionChanged(const QString &text)
-{
-    emit setFirmwareVersion(text);
-}
-
-void VelutraController::slotsCompilationDateTimeChanged(const QString &text)
-{
-    emit setCompilationDateTime(text);
-}
-
-void VelutraController::slotsSerialNumberChanged(const QString &text)
-{
-    emit setSerialNumber(text);
-}
-
-void VelutraController::slotsLDDDeviceHardwareChanged(const QString &text)
-{
-    emit setLDDDeviceHardware(text);
-}
-
-void VelutraController::slotsLDDDeviceSoftwareChanged(const QString &text)
-{
-    emit setLDDDeviceSoftware(text);
-}
-
-void VelutraController::slotsLDDDeviceRevisionChanged(const QString &text)
-{
-    emit setLDDDeviceRevision(text);
-}
-
-void VelutraController::slotsTECDeviceHardwareChanged(const QString &text)
-{
-    emit setTECDeviceHardware(text);
-}
-
-void VelutraController::slotsTECDeviceSoftwareChanged(const QString &text)
-{
-    emit setTECDeviceSoftware(text);
-}
-
-void VelutraController::slotsTECDeviceRevisionChanged(const QString &text)
-{
-    emit setTECDeviceRevision(text);
-}
-
-void VelutraController::slotsTimingBoardSerialChanged(const QString &text)
-{
-    emit setTimingBoardSerial(text);
-}
-
-void VelutraController::slotsTimingBoardMCUChanged(const QString &text)
-{
-    emit setTimingBoardMCU(text);
-}
-
-void VelutraController::slotsTimingBoardFPGAChanged(const QString &text)
-{
-    emit setTimingBoardFPGA(text);
-}
-
-void VelutraController::slotsDeviceOnHoursChanged(const QString &text)
-{
-    emit setDeviceOnHours(text);
-}
-
-void VelutraController::slotsDeviceOnMinutesChanged(const QString &text)
-{
-    emit setDeviceOnMinutes(text);
-}
-
-void VelutraController::slotsDeviceEmissionHoursChanged(const QString &text)
-{
-    emit setDeviceEmissionHours(text);
-}
-
-void VelutraController::slotsDeviceEmissionMinutesChanged(const QString &text)
-{
-    emit setDeviceEmissionMinutes(text);
-}
-
-// The s6 record counts the same hours and minutes as the information block; whichever arrives
-// last is shown.
-void VelutraController::slotiCounterLaserOnOff_hChanged(int value)
-{
-    emit setDeviceOnHours(counterText(value));
-}
-
-void VelutraController::slotiCounterLaserOnOff_mChanged(int value)
-{
-    emit setDeviceOnMinutes(counterText(value));
-}
-
-void VelutraController::slotiCounterLaserEmmisionOnOff_hChanged(int value)
-{
-    emit setDeviceEmissionHours(counterText(value));
-}
-
-void VelutraController::slotiCounterLaserEmmisionOnOff_mChanged(int value)
-{
-    emit setDeviceEmissionMinutes(counterText(value));
-}
-
-// ---- Harmonic module information ----------------------------------------------------------
-
-void VelutraController::slotsHGModuleAddress(const QString &text)
-{
-    emit setHGModuleAddress(text);
-}
+// ---- Harmonic module information -------------------------------------------------------------
 
 void VelutraController::slotsHGModuleType(const QString &text)
 {
@@ -373,153 +245,8 @@ void VelutraController::slotsHGModuleType(const QString &text)
     emit setHGModuleType(text);
 }
 
-void VelutraController::slotsHGModuleFirwareVersion(const QString &text)
-{
-    emit setHGModuleFirwareVersion(text);
-}
-
-void VelutraController::slotsHGModuleBootloaderVersion(const QString &text)
-{
-    emit setHGModuleBootloaderVersion(text);
-}
-
-void VelutraController::slotsHGModuleSerialNumber(const QString &text)
-{
-    emit setHGModuleSerialNumber(text);
-}
-
-void VelutraController::slotsHGModulePCBSerialNumber(const QString &text)
-{
-    emit setHGModulePCBSerialNumber(text);
-}
-
-void VelutraController::slotsHGModuleRuntime(const QString &text)
-{
-    emit setHGModuleRuntime(text);
-}
-
 void VelutraController::slotsHGModuleWarning(const QString &text)
 {
     auditModuleWarning(text);
     emit setHGModuleWarning(text);
 }
-
-// ---- Temperature channels -------------------------------------------------------------------
-
-void VelutraController::slotfTemperature_actual_1Changed(double value)
-{
-    emit setTemperatureActual1(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_2Changed(double value)
-{
-    emit setTemperatureActual2(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_3Changed(double value)
-{
-    emit setTemperatureActual3(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_4Changed(double value)
-{
-    emit setTemperatureActual4(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_5Changed(double value)
-{
-    emit setTemperatureActual5(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_6Changed(double value)
-{
-    emit setTemperatureActual6(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_7Changed(double value)
-{
-    emit setTemperatureActual7(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_8Changed(double value)
-{
-    emit setTemperatureActual8(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_9Changed(double value)
-{
-    emit setTemperatureActual9(temperatureText(value));
-}
-
-void VelutraController::slotfTemperature_actual_10Changed(double value)
-{
-    emit setTemperatureActual10(temperatureText(value));
-}
-
-// ---- Values the panel does not show -------------------------------------------------------
-// Every decoded value has a receiver, so that the name-driven wiring has no gaps; these
-// deliberately do nothing.
-
-void VelutraController::slotfTemperature_set_1Changed(double) { }
-void VelutraController::slotfTemperature_min_1Changed(double) { }
-void VelutraController::slotfTemperature_max_1Changed(double) { }
-void VelutraController::slotfTemperature_set_2Changed(double) { }
-void VelutraController::slotfTemperature_min_2Changed(double) { }
-void VelutraController::slotfTemperature_max_2Changed(double) { }
-void VelutraController::slotfTemperature_set_3Changed(double) { }
-void VelutraController::slotfTemperature_min_3Changed(double) { }
-void VelutraController::slotfTemperature_max_3Changed(double) { }
-void VelutraController::slotfTemperature_set_4Changed(double) { }
-void VelutraController::slotfTemperature_min_4Changed(double) { }
-void VelutraController::slotfTemperature_max_4Changed(double) { }
-void VelutraController::slotfTemperature_set_5Changed(double) { }
-void VelutraController::slotfTemperature_min_5Changed(double) { }
-void VelutraController::slotfTemperature_max_5Changed(double) { }
-void VelutraController::slotfTemperature_set_6Changed(double) { }
-void VelutraController::slotfTemperature_min_6Changed(double) { }
-void VelutraController::slotfTemperature_max_6Changed(double) { }
-void VelutraController::slotfTemperature_set_7Changed(double) { }
-void VelutraController::slotfTemperature_min_7Changed(double) { }
-void VelutraController::slotfTemperature_max_7Changed(double) { }
-void VelutraController::slotfTemperature_set_8Changed(double) { }
-void VelutraController::slotfTemperature_min_8Changed(double) { }
-void VelutraController::slotfTemperature_max_8Changed(double) { }
-void VelutraController::slotfTemperature_set_9Changed(double) { }
-void VelutraController::slotfTemperature_min_9Changed(double) { }
-void VelutraController::slotfTemperature_max_9Changed(double) { }
-void VelutraController::slotfTemperature_set_10Changed(double) { }
-void VelutraController::slotfTemperature_min_10Changed(double) { }
-void VelutraController::slotfTemperature_max_10Changed(double) { }
-
-void VelutraController::slotiTEC_initialisationChanged(int) { }
-void VelutraController::slotiLDD_initialisationChanged(int) { }
-void VelutraController::slotiDownload_lin12b_status_TBChanged(int) { }
-void VelutraController::slotiDownload_wrnmin_status_TBChanged(int) { }
-void VelutraController::slotiDownload_errmax_status_TBChanged(int) { }
-void VelutraController::slotiDownload_errmin_status_TBChanged(int) { }
-void VelutraController::slotiDownload_wrnmax_status_TBChanged(int) { }
-void VelutraController::slotiOperationModeChanged(int) { }
-void VelutraController::slotiLaserEmmisionChanged(int) { }
-void VelutraController::slotiVelutraXPReadyChanged(int) { }
-void VelutraController::slotiLaserPowerSetAOMChanged(int) { }
-void VelutraController::slotiFrequencyDividerAOMChanged(int) { }
-void VelutraController::slotiFrequencyIndexPCAOMinitChanged(int) { }
-void VelutraController::slotiNoOfPulsesSingleBurstChanged(int) { }
-void VelutraController::slotiGeneral_temperature_statusChanged(int) { }
-void VelutraController::slotiTemperature_status_1Changed(int) { }
-void VelutraController::slotiTemperature_status_8Changed(int) { }
-void VelutraController::slotiDELAY_BOARD_ERRORChanged(int) { }
-void VelutraController::slotiErrorStatusTECChanged(int) { }
-void VelutraController::slotiErrorStatusLDDChanged(int) { }
-void VelutraController::slotiLpcl_en_statusChanged(int) { }
-void VelutraController::slotiLpcl_boost_timeChanged(int) { }
-void VelutraController::slotfLpcl_currentChanged(double) { }
-void VelutraController::slotfLpcl_current_boostChanged(double) { }
-void VelutraController::slotfLpcl_temperatureChanged(double) { }
-void VelutraController::slotfTmpFloatValueAChanged(double) { }
-void VelutraController::slotfTmpFloatValueBChanged(double) { }
-void VelutraController::slotfTmpFloatValueCChanged(double) { }
-void VelutraController::slotiComm_device_1_RS485Changed(int) { }
-void VelutraController::slotiComm_device_2_RS485Changed(int) { }
-void VelutraController::slotiActualCurrentLDDChanged(int) { }
-void VelutraController::slotfLdd1_om2_MaxCurrentChanged(double) { }

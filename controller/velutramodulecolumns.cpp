@@ -6,12 +6,15 @@ namespace VelutraModuleColumns {
 
 namespace {
 
+using Kind = VelutraHgModuleKind;
+
 // clang-format off
 const VelutraModuleColumn s_columns[Count] = {
-    // name step 3 step 4  step 6 (enable query)                   step 8 step 13 step 14 step 16
-    {"S",   true,  true,   &VelutraCommands::shgModuleEnableQuery, false, false,  false,  1},
-    {"T",   false, false,  &VelutraCommands::thgModuleEnableQuery, true,  true,   true,   2},
-    {"Ti",  true,  true,   &VelutraCommands::thgModuleEnableQuery, true,  true,   true,   2},
+    //       humidity      enable query                            oven 2 crystal      recorded
+    // name  shown polled                                          shown  shown polled kind
+    {"S",    true, true,   &VelutraCommands::shgModuleEnableQuery, false, false, false, Kind::Shg},
+    {"T",    false, false, &VelutraCommands::thgModuleEnableQuery, true,  true,  true,  Kind::Thg},
+    {"Ti",   true, true,   &VelutraCommands::thgModuleEnableQuery, true,  true,  true,  Kind::Thg},
 };
 // clang-format on
 

@@ -3,26 +3,53 @@
 
 #include <QString>
 
-// What differs between the harmonic-module kinds when their polling list is installed. The
-// installation runs the same sixteen steps for every kind (see installModuleList() in the
-// controller); a column holds the answers of one kind wherever the steps differ.
+// The polling list a harmonic module installed: the THG lists belong to modules with a second
+// oven, which reports a fault of either oven.
+enum class VelutraHgModuleKind {
+    None,
+    Shg,
+    Thg,
+};
+
+// What the controller does when a harmonic module reports itself, in the order it does it.
+// Every kind runs the same steps; the kinds differ only in the answers of their column.
+enum class VelutraModuleSetupStep {
+    QueryOutputConfiguration,
+    ShowModuleControls,
+    ShowHumidityMonitor,
+    PollHumidity,
+    HideOvenMode,
+    PollModuleEnable,
+    ShowOven1,
+    ShowOven2,
+    PollOvenTemperatures,
+    QueryDynamicWavelengthSupport,
+    ShowOutputEnable,
+    PollOutputEnable,
+    ShowCrystalPosition,
+    PollCrystal,
+    PollModuleStatus,
+    RecordModuleKind,
+};
+
+// What differs between the harmonic-module kinds when their polling list is installed.
 struct VelutraModuleColumn
 {
     const char *name;
-    // Step 3: setHumidityMonitorVisibility() argument.
+    // ShowHumidityMonitor: setHumidityMonitorVisibility() argument.
     bool humidityMonitorVisible;
-    // Step 4: whether "ls_humidity?\n" is polled.
+    // PollHumidity: whether "ls_humidity?\n" is polled.
     bool pollsHumidity;
-    // Step 6: the module-enable query polled; the THG kinds' text lacks its line feed.
+    // PollModuleEnable: the module-enable query polled; the THG kinds' text lacks its line feed.
     QString (*enableQuery)();
-    // Step 8: setOven2TempSetpointVisibility() and setOven2TempActualVisibility() argument.
+    // ShowOven2: setOven2TempSetpointVisibility() and setOven2TempActualVisibility() argument.
     bool oven2Visible;
-    // Step 13: setCrystalPositionVisibility() argument.
+    // ShowCrystalPosition: setCrystalPositionVisibility() argument.
     bool crystalPositionVisible;
-    // Step 14: whether the four crystal queries are polled.
+    // PollCrystal: whether the four crystal queries are polled.
     bool pollsCrystal;
-    // Step 16: the HG module kind the controller records (1 SHG list, 2 THG list).
-    int moduleKind;
+    // RecordModuleKind: the kind the controller records.
+    VelutraHgModuleKind moduleKind;
 };
 
 namespace VelutraModuleColumns {
@@ -36,10 +63,40 @@ enum Index {
 
 const VelutraModuleColumn &column(int index);
 
+using Step = VelutraModuleSetupStep;
+
+// clang-format off
+inline constexpr Step SetupSteps[] = {
+    Step::QueryOutputConfiguration,
+    Step::ShowModuleControls,
+    Step::ShowHumidityMonitor,
+    Step::PollHumidity,
+    Step::HideOvenMode,
+    Step::PollModuleEnable,
+    Step::ShowOven1,
+    Step::ShowOven2,
+    Step::PollOvenTemperatures,
+    Step::QueryDynamicWavelengthSupport,
+    Step::ShowOutputEnable,
+    Step::PollOutputEnable,
+    Step::ShowCrystalPosition,
+    Step::PollCrystal,
+    Step::PollModuleStatus,
+    Step::RecordModuleKind,
+};
+
 // The steps that only show or hide controls, in the order they run; replayed after every
 // firmware-id check, which hides the module's controls.
-inline constexpr int VisibilitySteps[] = {2, 3, 5, 7, 8, 11, 13};
-inline constexpr int StepCount = 16;
+inline constexpr Step VisibilitySteps[] = {
+    Step::ShowModuleControls,
+    Step::ShowHumidityMonitor,
+    Step::HideOvenMode,
+    Step::ShowOven1,
+    Step::ShowOven2,
+    Step::ShowOutputEnable,
+    Step::ShowCrystalPosition,
+};
+// clang-format on
 
 } // namespace VelutraModuleColumns
 

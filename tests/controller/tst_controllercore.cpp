@@ -109,10 +109,10 @@ QStringList firmwareCheck(bool queriesModuleInfo, bool entry0, bool entry1, bool
 // One column of the module table, step by step.
 struct ModuleColumn
 {
-    bool humidity; // steps 3 and 4
-    QString enableQuery; // step 6
-    bool oven2; // step 8
-    bool crystal; // steps 13 and 14
+    bool humidity; // humidity monitor shown and polled
+    QString enableQuery; // module enable polled
+    bool oven2; // second oven shown
+    bool crystal; // crystal position shown and polled
 };
 
 const ModuleColumn s_shgColumn = {true, QStringLiteral("ls_enable?\n"), false, false};
