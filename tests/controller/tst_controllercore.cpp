@@ -736,7 +736,7 @@ void TestControllerCore::mainLoopRestsWhileNothingChanges()
     // Waking every 10 ms would give 50 in the window; the few left over belong to Qt.
     static constexpr int RestingWakeUps = 10;
     Rig rig;
-    QTimer::singleShot(10, rig.controller.get(), SLOT(slotMainLoop()));
+    QTimer::singleShot(10, rig.controller.get(), &VelutraController::slotMainLoop);
     QTRY_COMPARE(rig.recorder.recorded().size(), 1 + s_baseList.size());
     rig.take();
 
@@ -767,7 +767,7 @@ void TestControllerCore::mainLoopRestsWhileNothingChanges()
 void TestControllerCore::mainLoopTurnsByItself()
 {
     Rig rig;
-    QTimer::singleShot(10, rig.controller.get(), SLOT(slotMainLoop()));
+    QTimer::singleShot(10, rig.controller.get(), &VelutraController::slotMainLoop);
     QTRY_COMPARE(rig.recorder.recorded().size(), 1 + s_baseList.size());
     rig.take();
     rig.controller->slotConnectedStatus(true);

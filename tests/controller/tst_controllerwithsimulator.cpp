@@ -111,7 +111,7 @@ bool TestControllerWithSimulator::start(const QStringList &simulatorArguments)
     m_handler = new VelutraSerialHandler;
     m_thread = new QThread;
     m_handler->moveToThread(m_thread);
-    connect(m_thread, SIGNAL(started()), m_handler, SLOT(slotMainLoop()));
+    connect(m_thread, &QThread::started, m_handler, &VelutraSerialHandler::slotMainLoop);
     connect(this, &TestControllerWithSimulator::sigOpenCommunication, m_handler,
             &VelutraSerialHandler::slotOpenCommunication);
     connect(this, &TestControllerWithSimulator::sigCloseCommunication, m_handler,
@@ -131,7 +131,7 @@ bool TestControllerWithSimulator::start(const QStringList &simulatorArguments)
 void TestControllerWithSimulator::createController()
 {
     m_controller = new VelutraController(nullptr, m_panel.get(), m_handler, nullptr);
-    QTimer::singleShot(10, m_controller, SLOT(slotMainLoop()));
+    QTimer::singleShot(10, m_controller, &VelutraController::slotMainLoop);
 }
 
 bool TestControllerWithSimulator::waitConnected(int timeoutMs)
