@@ -68,23 +68,22 @@ bool TrafficLogWriter::start(const QString &path)
 
 void TrafficLogWriter::stop()
 {
-    if (!m_file.isOpen()) {
+    const QString name = m_file.stop();
+    if (name.isEmpty()) {
         return;
     }
-    const QString name = m_file.fileName();
-    m_file.close();
     emit sigStatusMessage(tr("Traffic log: recording to %1 stopped.").arg(name));
     emit sigStatusChanged(false, QString());
 }
 
 bool TrafficLogWriter::isRecording() const
 {
-    return m_file.isOpen();
+    return m_file.isRecording();
 }
 
 QString TrafficLogWriter::fileName() const
 {
-    return m_file.isOpen() ? m_file.fileName() : QString();
+    return m_file.recordingName();
 }
 
 qint64 TrafficLogWriter::fileSize() const

@@ -1,8 +1,9 @@
 #ifndef TRAFFICLOGWRITER_H
 #define TRAFFICLOGWRITER_H
 
+#include "recordingfile.h"
+
 #include <QByteArray>
-#include <QFile>
 #include <QObject>
 #include <QString>
 
@@ -51,7 +52,7 @@ private:
     void writeLine(const QString &tag, const char *direction, const QByteArray &bytes);
     void announceSize();
 
-    QFile m_file;
+    RecordingFile m_file;
     qint64 m_lastAnnouncedMs = 0;
 };
 

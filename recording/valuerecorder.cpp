@@ -125,11 +125,10 @@ bool ValueRecorder::startFile(const QString &path)
 
 void ValueRecorder::stopFile()
 {
-    if (!m_file.isOpen()) {
+    const QString name = m_file.stop();
+    if (name.isEmpty()) {
         return;
     }
-    const QString name = m_file.fileName();
-    m_file.close();
     m_basePath.clear();
     emit sigStatusMessage(tr("Value recording: recording to %1 stopped.").arg(name));
     emit sigRecordingChanged(false, QString());
@@ -137,12 +136,12 @@ void ValueRecorder::stopFile()
 
 bool ValueRecorder::isRecording() const
 {
-    return m_file.isOpen();
+    return m_file.isRecording();
 }
 
 QString ValueRecorder::currentFileName() const
 {
-    return m_file.isOpen() ? m_file.fileName() : QString();
+    return m_file.recordingName();
 }
 
 double ValueRecorder::value(int quantity) const

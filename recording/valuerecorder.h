@@ -2,9 +2,9 @@
 #define VALUERECORDER_H
 
 #include "recordedquantities.h"
+#include "recordingfile.h"
 
 #include <QDate>
-#include <QFile>
 #include <QList>
 #include <QMetaObject>
 #include <QObject>
@@ -107,7 +107,7 @@ private:
     QString m_basePath;
     int m_suffix = 0;
     QDate m_fileDay;
-    QFile m_file;
+    RecordingFile m_file;
 };
 
 #endif // VALUERECORDER_H
