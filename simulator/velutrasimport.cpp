@@ -372,14 +372,7 @@ void VelutraSimPort::pump()
         }
         const qint64 written = carry(chunk.bytes.constData() + chunk.offset, count);
         if (written < 0) {
-            if (errno == EAGAIN || errno == EINTR) {
-                // The program is not reading; wait until the line drains.
-                m_writeNotifier->setEnabled(true);
-                return;
-            }
-            trace("---", "write failed: " + QByteArray(std::strerror(errno)));
-            m_queue.clear();
-            m_floodLeft = 0;
+            waitForDrainOrDrop();
             return;
         }
         if (written == 0) {
@@ -464,14 +457,9 @@ void VelutraSimPort::deliverHeld()
     m_lastDeliveryNs = m_clock.nsecsElapsed();
     const qint64 written = writeToProgram(m_held.constData(), m_held.size(), m_lastDeliveryNs);
     if (written < 0) {
-        if (errno == EAGAIN || errno == EINTR) {
-            m_writeNotifier->setEnabled(true);
-            return;
+        if (!waitForDrainOrDrop()) {
+            m_held.clear();
         }
-        trace("---", "write failed: " + QByteArray(std::strerror(errno)));
-        m_held.clear();
-        m_queue.clear();
-        m_floodLeft = 0;
         return;
     }
     m_held.remove(0, int(written));
@@ -491,6 +479,18 @@ qint64 VelutraSimPort::writeToProgram(const char *data, qint64 count, qint64 atN
         m_bytesWritten += written;
     }
     return written;
+}
+
+bool VelutraSimPort::waitForDrainOrDrop()
+{
+    if (errno == EAGAIN || errno == EINTR) {
+        m_writeNotifier->setEnabled(true);
+        return true;
+    }
+    trace("---", "write failed: " + QByteArray(std::strerror(errno)));
+    m_queue.clear();
+    m_floodLeft = 0;
+    return false;
 }
 
 void VelutraSimPort::onWritable()

@@ -99,6 +99,10 @@ private:
     // taken, or -1 with errno set when the pseudo-terminal refused them.
     qint64 carry(const char *data, qint64 count);
     qint64 writeToProgram(const char *data, qint64 count, qint64 atNs);
+    // After a refused write: true when the program is only not reading yet, and the write
+    // notifier will say when to go on; false when the line is broken and everything that
+    // was waiting to go out has been dropped.
+    bool waitForDrainOrDrop();
     void scheduleDelivery();
     void deliverHeld();
     void onWritable();

@@ -191,6 +191,29 @@ QString VelutraSimulator::executeControl(const QString &command)
             return ok;
         };
     };
+    const auto numberAction = [&](int lowest, int highest, const QString &error,
+                                  const std::function<void(int)> &apply) -> Action {
+        return [&, lowest, highest, error, apply]() {
+            const int number = argument.toInt(&numberOk);
+            if (!numberOk || number < lowest || number > highest) {
+                return error;
+            }
+            apply(number);
+            return ok;
+        };
+    };
+    // For the commands with one word of their own ("off", "all", "once"), which is answered
+    // before the argument is looked at any further.
+    const auto wordOr = [&](const char *word, const std::function<void()> &apply,
+                            const Action &otherwise) -> Action {
+        return [&, word, apply, otherwise]() {
+            if (argument == QLatin1String(word)) {
+                apply();
+                return ok;
+            }
+            return otherwise();
+        };
+    };
 
     const QList<QPair<QString, Action>> actions = {
             {QStringLiteral("help"),
@@ -208,30 +231,23 @@ QString VelutraSimulator::executeControl(const QString &command)
              switchAction([this](bool on) { m_port.setUnknownEach(on); })},
             {QStringLiteral("pacing"), switchAction([this](bool on) { m_port.setPacing(on); })},
             {QStringLiteral("latency"),
-             [&]() {
-                 const int ms = argument.toInt(&numberOk);
-                 if (!numberOk || ms < 0 || ms > VelutraSimPort::s_maxLatencyMs) {
-                     return QStringLiteral("error: latency wants milliseconds from 0 to %1")
-                             .arg(VelutraSimPort::s_maxLatencyMs);
-                 }
-                 m_port.setLatencyMs(ms);
-                 return ok;
-             }},
+             numberAction(0, VelutraSimPort::s_maxLatencyMs,
+                          QStringLiteral("error: latency wants milliseconds from 0 to %1")
+                                  .arg(VelutraSimPort::s_maxLatencyMs),
+                          [this](int ms) { m_port.setLatencyMs(ms); })},
             {QStringLiteral("fragment"),
-             [&]() {
-                 if (argument == QLatin1String("off")) {
-                     m_port.setFragments(0, 0);
-                     return ok;
-                 }
-                 const int bytes = argument.toInt(&numberOk);
-                 bool pauseOk = false;
-                 const int pause = words.value(2).toInt(&pauseOk);
-                 if (!numberOk || !pauseOk || bytes < 1 || pause < 0 || pause > 60000) {
-                     return QStringLiteral("error: fragment wants BYTES MS or off");
-                 }
-                 m_port.setFragments(bytes, pause);
-                 return ok;
-             }},
+             wordOr(
+                     "off", [this]() { m_port.setFragments(0, 0); },
+                     [&]() {
+                         const int bytes = argument.toInt(&numberOk);
+                         bool pauseOk = false;
+                         const int pause = words.value(2).toInt(&pauseOk);
+                         if (!numberOk || !pauseOk || bytes < 1 || pause < 0 || pause > 60000) {
+                             return QStringLiteral("error: fragment wants BYTES MS or off");
+                         }
+                         m_port.setFragments(bytes, pause);
+                         return ok;
+                     })},
             {QStringLiteral("garbage"),
              [&]() {
                  const int count = argument.isEmpty() ? 64 : argument.toInt(&numberOk);
@@ -242,18 +258,11 @@ QString VelutraSimulator::executeControl(const QString &command)
                  return ok;
              }},
             {QStringLiteral("garbage-each"),
-             [&]() {
-                 if (argument == QLatin1String("off")) {
-                     m_port.setGarbageEach(0);
-                     return ok;
-                 }
-                 const int count = argument.toInt(&numberOk);
-                 if (!numberOk || count < 0 || count > 65536) {
-                     return QStringLiteral("error: garbage-each wants a byte count or off");
-                 }
-                 m_port.setGarbageEach(count);
-                 return ok;
-             }},
+             wordOr(
+                     "off", [this]() { m_port.setGarbageEach(0); },
+                     numberAction(0, 65536,
+                                  QStringLiteral("error: garbage-each wants a byte count or off"),
+                                  [this](int count) { m_port.setGarbageEach(count); }))},
             {QStringLiteral("unknown"),
              [&]() {
                  const QString text = words.size() > 1
@@ -263,32 +272,25 @@ QString VelutraSimulator::executeControl(const QString &command)
                  return ok;
              }},
             {QStringLiteral("flood"),
-             [&]() {
-                 if (argument == QLatin1String("off")) {
-                     m_port.stopFlood();
-                     return ok;
-                 }
-                 qint64 count = 65536;
-                 if (argument == QLatin1String("on")) {
-                     count = -1;
-                 } else if (!argument.isEmpty()) {
-                     count = argument.toLongLong(&numberOk);
-                     if (!numberOk || count < 1) {
-                         return QStringLiteral("error: flood wants a byte count, on or off");
-                     }
-                 }
-                 m_port.startFlood(count);
-                 return ok;
-             }},
+             wordOr(
+                     "off", [this]() { m_port.stopFlood(); },
+                     [&]() {
+                         qint64 count = 65536;
+                         if (argument == QLatin1String("on")) {
+                             count = -1;
+                         } else if (!argument.isEmpty()) {
+                             count = argument.toLongLong(&numberOk);
+                             if (!numberOk || count < 1) {
+                                 return QStringLiteral(
+                                         "error: flood wants a byte count, on or off");
+                             }
+                         }
+                         m_port.startFlood(count);
+                         return ok;
+                     })},
             {QStringLiteral("hg-error"),
-             [&]() {
-                 const int code = argument.toInt(&numberOk);
-                 if (!numberOk || code < 0 || code > 255) {
-                     return QStringLiteral("error: hg-error wants a code from 0 to 255");
-                 }
-                 m_laser.setHgErrorcode(code);
-                 return ok;
-             }},
+             numberAction(0, 255, QStringLiteral("error: hg-error wants a code from 0 to 255"),
+                          [this](int code) { m_laser.setHgErrorcode(code); })},
             {QStringLiteral("hg-flags"),
              [&]() {
                  QString digits = argument;
@@ -303,17 +305,15 @@ QString VelutraSimulator::executeControl(const QString &command)
                  return ok;
              }},
             {QStringLiteral("shutter"),
-             [&]() {
-                 if (argument == QLatin1String("once")) {
-                     m_laser.emitShutterWarning();
-                     return ok;
-                 }
-                 if (!parseSwitch(argument, &flag)) {
-                     return QStringLiteral("error: shutter wants on, off or once");
-                 }
-                 m_laser.setShutterWarning(flag);
-                 return ok;
-             }},
+             wordOr(
+                     "once", [this]() { m_laser.emitShutterWarning(); },
+                     [&]() {
+                         if (!parseSwitch(argument, &flag)) {
+                             return QStringLiteral("error: shutter wants on, off or once");
+                         }
+                         m_laser.setShutterWarning(flag);
+                         return ok;
+                     })},
             {QStringLiteral("refuse"),
              [&]() {
                  if (argument.isEmpty()) {
@@ -328,33 +328,29 @@ QString VelutraSimulator::executeControl(const QString &command)
                  return ok;
              }},
             {QStringLiteral("accept"),
-             [&]() {
-                 if (argument == QLatin1String("all")) {
-                     m_laser.acceptAll();
-                     return ok;
-                 }
-                 if (!m_laser.setRefused(argument.toLatin1(), false)) {
-                     return QStringLiteral("error: accept wants a set command or all");
-                 }
-                 return ok;
-             }},
+             wordOr(
+                     "all", [this]() { m_laser.acceptAll(); },
+                     [&]() {
+                         if (!m_laser.setRefused(argument.toLatin1(), false)) {
+                             return QStringLiteral("error: accept wants a set command or all");
+                         }
+                         return ok;
+                     })},
             {QStringLiteral("churn"),
-             [&]() {
-                 if (argument == QLatin1String("step")) {
-                     return QStringLiteral("ok %1").arg(m_laser.churnStep());
-                 }
-                 if (argument == QLatin1String("off")) {
-                     m_laser.setChurnSeconds(0.0);
-                     return ok;
-                 }
-                 const double seconds = argument.toDouble(&numberOk);
-                 if (!numberOk || !(seconds >= 0.001 && seconds <= 86400.0)) {
-                     return QStringLiteral(
-                             "error: churn wants SECONDS (0.001 to 86400), off or step");
-                 }
-                 m_laser.setChurnSeconds(seconds);
-                 return ok;
-             }},
+             wordOr(
+                     "off", [this]() { m_laser.setChurnSeconds(0.0); },
+                     [&]() {
+                         if (argument == QLatin1String("step")) {
+                             return QStringLiteral("ok %1").arg(m_laser.churnStep());
+                         }
+                         const double seconds = argument.toDouble(&numberOk);
+                         if (!numberOk || !(seconds >= 0.001 && seconds <= 86400.0)) {
+                             return QStringLiteral(
+                                     "error: churn wants SECONDS (0.001 to 86400), off or step");
+                         }
+                         m_laser.setChurnSeconds(seconds);
+                         return ok;
+                     })},
             {QStringLiteral("unplug"),
              [&]() {
                  unplug();
