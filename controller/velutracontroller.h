@@ -512,9 +512,11 @@ private:
     // carries it: one line in the operator's log, then the command on the queue.
     void sendOperatorCommand(const QString &request, const QString &command, StaleMark markStale);
     // The same for a value the operator set: request takes the value, shown with the given
-    // decimals, and command makes the command text from it. A value that is not a number is
-    // neither logged nor sent.
-    void sendOperatorValue(const QString &request, double value, int decimals,
+    // decimals (or s_wholePart: the whole number the device takes from it), and command makes
+    // the command text from it. A value that is not a number is neither logged nor sent;
+    // returns whether it was sent.
+    static constexpr int s_wholePart = -1;
+    bool sendOperatorValue(const QString &request, double value, int decimals,
                            QString (*command)(double), StaleMark markStale);
     void logOperatorRequest(const QString &request, const QString &command = QString());
     // Changes of the operating state and of the error and warning lamps, of the output

@@ -1,6 +1,7 @@
 #include "velutracontroller.h"
 
 #include "_applog.h"
+#include "velutracommands.h"
 
 #include <cmath>
 
@@ -67,15 +68,19 @@ void VelutraController::sendOperatorCommand(const QString &request, const QStrin
     sendSetCommand(command, markStale);
 }
 
-void VelutraController::sendOperatorValue(const QString &request, double value, int decimals,
+bool VelutraController::sendOperatorValue(const QString &request, double value, int decimals,
                                           QString (*command)(double), StaleMark markStale)
 {
     // Checked before the command is built: a command text made from NaN means nothing to the
     // device, and truncating NaN to an integer is undefined.
     if (!std::isfinite(value)) {
-        return;
+        return false;
     }
-    sendOperatorCommand(request.arg(value, 0, 'f', decimals), command(value), markStale);
+    const QString shown = decimals == s_wholePart
+                                  ? request.arg(VelutraCommands::truncateToInt(value))
+                                  : request.arg(value, 0, 'f', decimals);
+    sendOperatorCommand(shown, command(value), markStale);
+    return true;
 }
 
 void VelutraController::logOperatorRequest(const QString &request, const QString &command)

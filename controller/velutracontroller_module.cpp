@@ -135,13 +135,10 @@ void VelutraController::oven2SetpointChanged(double celsius)
 
 void VelutraController::crystalSpotSliderChanged(double spot)
 {
-    // Truncating NaN would move the crystal to spot 0, which nobody asked for.
-    if (!std::isfinite(spot)) {
-        return;
-    }
-    sendOperatorCommand(tr("move the crystal to spot %1").arg(VelutraCommands::truncateToInt(spot)),
-                        VelutraCommands::setCrystalSpot(spot),
-                        &VelutraResponseDecoder::markStale_HGCrystalCurSpot);
+    // A spot that is not a number is dropped there: truncated, it would be spot 0.
+    sendOperatorValue(tr("move the crystal to spot %1"), spot, s_wholePart,
+                      &VelutraCommands::setCrystalSpot,
+                      &VelutraResponseDecoder::markStale_HGCrystalCurSpot);
 }
 
 void VelutraController::slotHGCrystalAllRuntimesChanged(const QMap<int, quint64> &runtimes)

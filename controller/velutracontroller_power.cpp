@@ -5,8 +5,6 @@
 
 #include <QTimer>
 
-#include <cmath>
-
 namespace {
 
 // The device's rates are its base clock divided by the divider of a frequency index.
@@ -188,12 +186,11 @@ void VelutraController::repRateScaleIndexChanged(int index)
 
 void VelutraController::divisionChanged(double factor)
 {
-    if (!std::isfinite(factor)) {
+    if (!sendOperatorValue(tr("set division factor to %1"), factor, s_wholePart,
+                           &VelutraCommands::setDivision,
+                           &VelutraResponseDecoder::markStale_DivisionFactor)) {
         return;
     }
-    sendOperatorCommand(tr("set division factor to %1").arg(VelutraCommands::truncateToInt(factor)),
-                        VelutraCommands::setDivision(factor),
-                        &VelutraResponseDecoder::markStale_DivisionFactor);
     QTimer::singleShot(s_digitalOutputSettle_ms, this,
                        &VelutraController::appendDelayed_digiop_Command);
 }
