@@ -139,29 +139,32 @@ int ComboBox::nextVisible(int from, int direction) const
     return -1;
 }
 
+namespace {
+
+// The keys that step through the list, and which way: -1 up, +1 down, 0 for any other key.
+int stepOfKey(int key)
+{
+    switch (key) {
+    case Qt::Key_Up:
+    case Qt::Key_Left:
+    case Qt::Key_PageUp:
+        return -1;
+    case Qt::Key_Down:
+    case Qt::Key_Right:
+    case Qt::Key_PageDown:
+        return +1;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
 void ComboBox::keyPressEvent(QKeyEvent *event)
 {
     const int current = currentIndex();
     int target = -1;
     switch (event->key()) {
-    case Qt::Key_Up:
-    case Qt::Key_Left:
-    case Qt::Key_PageUp:
-        if (event->modifiers() & Qt::AltModifier) {
-            QComboBox::keyPressEvent(event);
-            return;
-        }
-        target = nextVisible(current, -1);
-        break;
-    case Qt::Key_Down:
-    case Qt::Key_Right:
-    case Qt::Key_PageDown:
-        if (event->modifiers() & Qt::AltModifier) {
-            QComboBox::keyPressEvent(event);
-            return;
-        }
-        target = nextVisible(current, +1);
-        break;
     case Qt::Key_Home:
         target = nextVisible(-1, +1);
         break;
@@ -169,6 +172,15 @@ void ComboBox::keyPressEvent(QKeyEvent *event)
         target = nextVisible(count(), -1);
         break;
     default: {
+        if (const int step = stepOfKey(event->key())) {
+            // With Alt these keys open or close the list, as in any combo box.
+            if (event->modifiers() & Qt::AltModifier) {
+                QComboBox::keyPressEvent(event);
+                return;
+            }
+            target = nextVisible(current, step);
+            break;
+        }
         // Typing a letter jumps to the next visible item that starts with it.
         const QString typed = event->text();
         if (typed.size() == 1 && typed.at(0).isLetterOrNumber()
@@ -180,11 +192,7 @@ void ComboBox::keyPressEvent(QKeyEvent *event)
                     break;
                 }
             }
-            event->accept();
-            if (target >= 0) {
-                chooseByOperator(target);
-            }
-            return;
+            break;
         }
         QComboBox::keyPressEvent(event);
         return;

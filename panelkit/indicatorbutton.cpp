@@ -225,14 +225,21 @@ void IndicatorButton::pressByOperator()
     emit toggled(m_checked);
 }
 
+void IndicatorButton::setFaceState(bool &state, bool on)
+{
+    if (state != on) {
+        state = on;
+        update();
+    }
+}
+
 void IndicatorButton::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() != Qt::LeftButton) {
         QWidget::mousePressEvent(event);
         return;
     }
-    m_pressed = true;
-    update();
+    setFaceState(m_pressed, true);
     event->accept();
 }
 
@@ -240,11 +247,7 @@ void IndicatorButton::mouseMoveEvent(QMouseEvent *event)
 {
     if (m_pressed) {
         // Sliding off the button lets it spring back, as with any push button.
-        const bool inside = rect().contains(event->pos());
-        if (inside != m_hovered) {
-            m_hovered = inside;
-            update();
-        }
+        setFaceState(m_hovered, rect().contains(event->pos()));
     }
     QWidget::mouseMoveEvent(event);
 }
@@ -255,8 +258,7 @@ void IndicatorButton::mouseReleaseEvent(QMouseEvent *event)
         QWidget::mouseReleaseEvent(event);
         return;
     }
-    m_pressed = false;
-    update();
+    setFaceState(m_pressed, false);
     event->accept();
     if (rect().contains(event->pos())) {
         pressByOperator();
@@ -270,8 +272,7 @@ void IndicatorButton::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Return:
     case Qt::Key_Enter:
         if (!event->isAutoRepeat()) {
-            m_pressed = true;
-            update();
+            setFaceState(m_pressed, true);
         }
         event->accept();
         return;
@@ -288,7 +289,7 @@ void IndicatorButton::keyReleaseEvent(QKeyEvent *event)
     case Qt::Key_Enter:
         event->accept();
         if (!event->isAutoRepeat() && m_pressed) {
-            m_pressed = false;
+            setFaceState(m_pressed, false);
             pressByOperator();
         }
         return;
@@ -299,30 +300,27 @@ void IndicatorButton::keyReleaseEvent(QKeyEvent *event)
 
 void IndicatorButton::focusOutEvent(QFocusEvent *event)
 {
-    m_pressed = false;
-    update();
+    setFaceState(m_pressed, false);
     QWidget::focusOutEvent(event);
 }
 
 void IndicatorButton::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::EnabledChange && !isEnabled()) {
-        m_pressed = false;
+        setFaceState(m_pressed, false);
     }
     QWidget::changeEvent(event);
 }
 
 void IndicatorButton::enterEvent(QEvent *event)
 {
-    m_hovered = true;
-    update();
+    setFaceState(m_hovered, true);
     QWidget::enterEvent(event);
 }
 
 void IndicatorButton::leaveEvent(QEvent *event)
 {
-    m_hovered = false;
-    update();
+    setFaceState(m_hovered, false);
     QWidget::leaveEvent(event);
 }
 

@@ -78,6 +78,8 @@ protected:
 
 private:
     void pressByOperator();
+    // Sets m_pressed or m_hovered, which the face is drawn from, and repaints if it changed.
+    void setFaceState(bool &state, bool on);
     // 0..1: how far the lamp is towards the blink colour at this moment.
     double blinkLevel() const;
     void nextBlinkFrame();

@@ -20,6 +20,7 @@
 #include <QProgressBar>
 #include <QRadioButton>
 #include <QVBoxLayout>
+#include <QVector>
 
 #include <initializer_list>
 #include <utility>
@@ -317,24 +318,19 @@ QWidget *PanelKitGallery::buildRemoteControl()
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(10);
 
-    auto *output = new IndicatorButton(QStringLiteral("Output\ndisable"), IndicatorButton::Top);
-    output->setColors(Indicator::Red, Indicator::Off);
-    output->setButtonColor(2);
-    output->setActive(true);
-    auto *laser = new IndicatorButton(QStringLiteral("Laser On"), IndicatorButton::Top);
-    laser->setColors(Indicator::Red, Indicator::Off);
-    laser->setButtonColor(2);
-    laser->setBlink(true, 500, Indicator::Red);
-    auto *standby = new IndicatorButton(QStringLiteral("Standby"), IndicatorButton::Top);
-    standby->setColors(Indicator::Red, Indicator::Off);
-    standby->setButtonColor(2);
-    auto *listen = new IndicatorButton(QStringLiteral("Listen"), IndicatorButton::Top);
-    listen->setColors(Indicator::Red, Indicator::Off);
-    listen->setButtonColor(2);
-    listen->setEnabled(false);
-    for (IndicatorButton *button : {output, laser, standby, listen}) {
+    // The same four buttons in the states a remote shows: active, blinking, idle, disabled.
+    const char *texts[] = {"Output\ndisable", "Laser On", "Standby", "Listen"};
+    QVector<IndicatorButton *> buttons;
+    for (const char *text : texts) {
+        auto *button = new IndicatorButton(QString::fromLatin1(text), IndicatorButton::Top);
+        button->setColors(Indicator::Red, Indicator::Off);
+        button->setButtonColor(2);
         layout->addWidget(button);
+        buttons.append(button);
     }
+    buttons[0]->setActive(true);
+    buttons[1]->setBlink(true, 500, Indicator::Red);
+    buttons[3]->setEnabled(false);
     layout->addStretch(1);
     return remote;
 }
