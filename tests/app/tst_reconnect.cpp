@@ -79,11 +79,8 @@ private slots:
     {
         QVERIFY(makeTestHome(m_home));
         m_link = m_home.filePath(QStringLiteral("ttyUSB0"));
-        QVERIFY(m_simulator.start(m_home.filePath(QStringLiteral("trace.txt")),
-                                  {QStringLiteral("--module"), QStringLiteral("0x93"),
-                                   QStringLiteral("--speed"), QStringLiteral("10"),
-                                   QStringLiteral("--no-pacing"), QStringLiteral("--link"),
-                                   m_link}));
+        QVERIFY(m_simulator.startOnLink(m_home.filePath(QStringLiteral("trace.txt")), m_link,
+                                        QStringLiteral("0x93")));
         QCOMPARE(m_simulator.port(), m_link);
     }
 

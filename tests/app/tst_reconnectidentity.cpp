@@ -248,10 +248,7 @@ private slots:
 private:
     void connectToLaser(MainWindow &window, SimulatorSession &laser, const QString &link)
     {
-        QVERIFY(laser.start(path("trace.txt"),
-                            {QStringLiteral("--module"), QStringLiteral("none"),
-                             QStringLiteral("--speed"), QStringLiteral("10"),
-                             QStringLiteral("--no-pacing"), QStringLiteral("--link"), link}));
+        QVERIFY(laser.startOnLink(path("trace.txt"), link, QStringLiteral("none")));
         window.connectToPort(link);
         QTRY_VERIFY_WITH_TIMEOUT(linkIsUp(window), 20000);
     }

@@ -73,11 +73,9 @@ private slots:
         QVERIFY(makeTestHome(m_home));
         // A harmonic module without dynamic wavelength switching, so that a wavelength
         // change asks the operator first, with crystal spots to move.
-        QVERIFY(m_simulator.start(m_home.filePath(QStringLiteral("trace.txt")),
-                                  {QStringLiteral("--module"), QStringLiteral("0x8d"),
-                                   QStringLiteral("--speed"), QStringLiteral("10"),
-                                   QStringLiteral("--no-pacing"), QStringLiteral("--link"),
-                                   m_home.filePath(QStringLiteral("ttyUSB0"))}));
+        QVERIFY(m_simulator.startOnLink(m_home.filePath(QStringLiteral("trace.txt")),
+                                        m_home.filePath(QStringLiteral("ttyUSB0")),
+                                        QStringLiteral("0x8d")));
     }
 
     void init()

@@ -59,6 +59,14 @@ bool SimulatorSession::start(const QString &tracePath, const QStringList &argume
     return start(QStringList{QStringLiteral("--trace"), tracePath} + arguments);
 }
 
+bool SimulatorSession::startOnLink(const QString &tracePath, const QString &link,
+                                   const QString &module)
+{
+    return start(tracePath, {QStringLiteral("--module"), module, QStringLiteral("--speed"),
+                             QStringLiteral("10"), QStringLiteral("--no-pacing"),
+                             QStringLiteral("--link"), link});
+}
+
 QByteArray SimulatorSession::control(const QByteArray &command, int timeoutMs)
 {
     m_process.write(command + '\n');

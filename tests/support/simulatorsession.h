@@ -30,6 +30,9 @@ public:
     bool start(const QStringList &arguments);
     // The same with --trace tracePath first, for trace() and commands().
     bool start(const QString &tracePath, const QStringList &arguments);
+    // A laser that can be unplugged and plugged back in under one device name, `link` (a
+    // path the test owns): harmonic module `module`, ten times the device's speed, unpaced.
+    bool startOnLink(const QString &tracePath, const QString &link, const QString &module);
 
     QString port() const { return m_port; }
     qint64 processId() const { return m_process.processId(); }
