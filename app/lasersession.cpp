@@ -38,6 +38,8 @@ LaserSession::LaserSession(QObject *parent)
             &LaserSession::onPortClosed);
     connect(m_handler, &VelutraSerialHandler::sigCommunicationLost, this,
             &LaserSession::onPortLost);
+    connect(m_handler, &VelutraSerialHandler::sigCommunicationOpenFailed, this,
+            &LaserSession::onOpenFailed);
     connect(m_handler, &VelutraSerialHandler::sigConnectedStatus, this,
             &LaserSession::onConnectedStatus);
 
@@ -287,6 +289,15 @@ void LaserSession::onPortLost(const QString &portName)
 {
     if (portName == m_portName) {
         m_portLost = true;
+    }
+}
+
+void LaserSession::onOpenFailed(const QString &portName)
+{
+    Q_UNUSED(portName)
+    // The operator's choice came to nothing; a reconnect just tries again at its next look.
+    if (m_state == State::Opening && !m_openCalledOff) {
+        setState(State::Closed);
     }
 }
 

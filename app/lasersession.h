@@ -23,16 +23,17 @@ class VelutraSerialHandler;
 // opening, closing and reconnecting is made here, and only here; the window, recording and
 // scripts follow the state and the controllers this object announces.
 //
-//   Closed ──open()──▶ Opening ──port opened──▶ Handshaking ──device ready and identified──▶ Connected
-//      ▲                                          │    ▲                                       │
-//      │                                 refused  │    └──────── link broke down ──────────────┘
-//      │                                          ▼                     │ no answer for LinkRecoveryMs
-//      ├──────── close(), shutDown() ──────── Closing ◀─────────────────┘
-//      │                                          │ port closed after a loss or a give-up
-//      │                                          ▼
-//      └──── stopReconnecting(), option off ── Reconnecting ──port found and opened──▶ Handshaking
+// Closed ──open()──▶ Opening ──port opened──▶ Handshaking ──ready, the laser expected─▶ Connected
+//                       │                      ▲   ▲                                     │
+//             open failed: Closed              │   └─────────── link broke down ─────────┤
+//                                              │                                         │
+// Reconnecting ──the port found and opened─────┘  no answer for LinkRecoveryMs: Closing ◀─┘
+//      ▲
+//      └── the port went away (or was given up on) while the reconnect option is on
 //
-// A port that goes away while the reconnect option is off ends in Closed.
+// close() goes through Closing to Closed once the handler reports the port closed; a device
+// that is not the laser, stopReconnecting() and shutDown() go to Closed at once, and nothing
+// reopens on its own from there. A port that goes away while the option is off ends in Closed.
 class LaserSession : public QObject
 {
     Q_OBJECT
@@ -131,6 +132,7 @@ private:
     void onPortOpened(const QString &portName);
     void onPortClosed(const QString &portName);
     void onPortLost(const QString &portName);
+    void onOpenFailed(const QString &portName);
     void onConnectedStatus(bool connected);
     void onLinkRecoveryTimeout();
     void onReconnectOpenRequested(const QString &portName);

@@ -413,6 +413,7 @@ bool VelutraSerialHandler::openRequestedPort()
         m_openFailureEpisode.record(failure);
         m_port->deleteLater();
         m_port = nullptr;
+        emit sigCommunicationOpenFailed(m_portName);
         return false;
     }
 

@@ -88,6 +88,8 @@ signals:
     // Sent just before sigCommunicationClosed when the port closed because the device went
     // away (removed, hung up, a read-error storm) rather than because it was asked to.
     void sigCommunicationLost(const QString &portName);
+    // The port asked for could not be opened (the log has the reason); nothing is open.
+    void sigCommunicationOpenFailed(const QString &portName);
     // Traffic for the serial monitor: tag "<port>:<ss-zzz>" ("_" instead of ":"
     // for a partial line flushed without its terminator) and the bytes.
     void sigBytesReceived(const QString &tag, const QByteArray &bytes);

@@ -98,6 +98,19 @@ private slots:
         QVERIFY(!session.laser().isKnown());
     }
 
+    void aPortThatCannotBeOpenedEndsClosed()
+    {
+        LaserSession session;
+        SessionRecord record(&session);
+        session.open(m_home.filePath(QStringLiteral("ttyUSB7")));
+        QCOMPARE(session.state(), State::Opening);
+        QTRY_COMPARE_WITH_TIMEOUT(session.state(), State::Closed, 5000);
+        QCOMPARE(record.take(), (QStringList{QStringLiteral("Opening"), QStringLiteral("Closed")}));
+        QVERIFY(!session.controller());
+        QVERIFY(session.portName().isEmpty());
+        QVERIFY(!session.isReconnecting());
+    }
+
     void openHandshakeConnected()
     {
         LaserSession session;
